@@ -1,0 +1,187 @@
+/// skylevel: does a picture show a horizon, and at what angle does it lie?
+///
+/// Two entry points with C linkage for one picture at a time, and the class TiltCorrection for
+/// C++ callers that hold a corrector themselves.
+///
+/// Conventions that hold for every declaration here:
+///  - Rows grow downward, columns to the right. An angle is in degrees and positive for a line that
+///    falls to the right.
+///  - A gray plane is 8 bits a pixel with `stride` bytes from one row to the next, or packed
+///    (stride equal to the width) where no stride is named. An RGB image is 3 bytes a pixel in the
+///    order red, green, blue, rows packed.
+///  - The caller owns every buffer that it passes and keeps it alive during the call; sources are
+///    only read. Calls on different threads with different correctors and buffers do not interact.
+///  - Status 0 is success, a negative status a failure; after a failure outputs are as they were
+///    unless the declaration says otherwise. A plane of more than 2^31 - 1 pixels is a bad argument.
+///  - An allocation that fails throws what the standard library throws; nothing leaks on the way.
+///  - Results are exact to the last bit given the platform's maths library. The floating-point
+///    environment is the default one: round to nearest, subnormals kept.
+#ifndef SKYLEVEL_SKYLEVEL_H
+#define SKYLEVEL_SKYLEVEL_H
+
+#ifndef __cplusplus
+#include <stdbool.h>
+#endif
+
+#define SKYLEVEL_VERSION_MAJOR 2
+#define SKYLEVEL_VERSION_MINOR 0
+#define SKYLEVEL_VERSION_PATCH 0
+#define SKYLEVEL_VERSION_STRING "2.0.0"
+
+/// Marks what libskylevel.so exports; everything else in it is hidden.
+#define SKYLEVEL_API __attribute__((visibility("default")))
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/// Decides whether a gray plane, such as the Y plane of a camera frame, shows a horizon.
+/// pGrayImage    height rows of stride bytes, width of them pixels
+/// width, height pixels; 0 is answered with 1, negative values are refused
+/// stride        bytes from one row to the next, at least width
+/// hasHorizon    receives true or false; not checked, so it must be writable
+/// imageAngle    clockwise quarter turn that makes the picture upright: 0, 90, 180 or 270
+/// fAngleThresh  degrees, 0 to 90: the largest angle that still counts as a horizon. It is an upper
+///               bound only: any negative angle passes. NaN is accepted and never finds a horizon.
+/// returns 0 with the answer in *hasHorizon; -1 with *hasHorizon false when an argument is refused;
+///         1 with *hasHorizon as it was when the decision failed (a side below 4 pixels, an
+///         orientation outside the four, or a reduced plane, a sixteenth of the picture, of more
+///         than 2^31 - 1 pixels)
+SKYLEVEL_API int HorizonDetectionProcess(unsigned char* pGrayImage, int width, int height, int stride,
+                                         bool* hasHorizon, int imageAngle, double fAngleThresh);
+
+#ifdef __cplusplus
+}  // extern "C"
+
+/// A crop rectangle in pixel indices; all four bounds are inclusive.
+struct _Rect {
+    int left;
+    int right;
+    int top;
+    int bottom;
+};
+static_assert(sizeof(_Rect) == 4 * sizeof(int));
+
+/// Acceptance limits of TiltCorrection::horizonDetection, passed as a pointer to the first field.
+struct HorizonFitParams {
+    double coverageRatio;  ///< share of the columns that must hold an edge pixel, 0 to 1
+    double rowRatio;       ///< share of the height that the profile's highest pixel must exceed, 0 to 1
+    double maxResidual;    ///< pixels; the mean vertical distance from the line must be below this
+};
+static_assert(sizeof(HorizonFitParams) == 3 * sizeof(double));
+
+/// A corrector over one image that the caller owns. It carries the angle threshold in and the angle
+/// out. Members that say "static in spirit" use no field and may be called on any instance.
+class SKYLEVEL_API TiltCorrection {
+public:
+    /// Stores the arguments unchecked; the operations check them. The image is read as a gray plane
+    /// with `stride`; it is never written or freed.
+    TiltCorrection(unsigned char* pImage, int width, int height, int stride);
+    ~TiltCorrection();
+    TiltCorrection(const TiltCorrection&) = delete;
+    TiltCorrection& operator=(const TiltCorrection&) = delete;
+
+    /// True when the stored angle is at most the threshold; false when either is NaN.
+    bool getHasHorizon();
+    /// The stored angle negated: the turn, in degrees, that levels the picture. Without an angle it
+    /// is the negated largest finite double.
+    double getRotAngle();
+    /// Stores an angle in degrees, unchecked.
+    void setRotAngle(double angle);
+    /// The threshold in degrees; 10 at first.
+    double getRotAngleThresh();
+    /// Stores a threshold in degrees, unchecked.
+    void setRotAngleThresh(double threshold);
+    /// The turned image, null when there is none; owned by the corrector.
+    unsigned char* getRotImage();
+    /// Always writes the turned image's size in pixels, 0 x 0 without one.
+    /// returns 0; -1 when a side is shorter than the input's
+    int getRotImageSize(int& width, int& height);
+    /// The crop rectangle's bounds.
+    /// returns 0; -1 with nothing written when it leaves the input or is not at least 2 x 2
+    int getCropImageLoc(int& left, int& right, int& top, int& bottom);
+    /// The crop rectangle's size in pixels.
+    /// returns 0; -1 with nothing written when it is negative or larger than the input
+    int getCropImageSize(int& width, int& height);
+
+    /// Decides whether the image shows a horizon, on a copy reduced 4:1 and turned upright.
+    /// imageAngle  clockwise quarter turn that makes the picture upright: 0, 90, 180 or 270
+    /// returns 0 with the decision in getHasHorizon; -2 without a usable image, -4 when the
+    ///         orientation or the reduced size is refused, -6 when edge detection fails (a side below
+    ///         4 pixels), all three with the stored angle as it was; -7, -8 and -9 when the line fit,
+    ///         the mean or the segment search fails, with no angle
+    int detectHorizon(int imageAngle);
+
+    /// Shrinks a gray plane to a packed plane by picking single pixels and turns it upright.
+    /// Static in spirit. Positions are single-precision sums truncated toward zero, columns rounded
+    /// down to even.
+    /// src         height rows of stride bytes, width of them pixels
+    /// imageAngle  clockwise turn; a value outside 0, 90, 180 and 270 writes nothing
+    /// dst         smallWidth x smallHeight bytes, the same shape for every turn; written in full, or
+    ///             not at all when smallWidth (at 90 and 270 also smallHeight) is above 256
+    /// returns 0 always
+    int downsampleWithAngle(unsigned char* src, int width, int height, int stride, int imageAngle,
+                            unsigned char* dst, int smallWidth, int smallHeight);
+    /// The four turns of downsampleWithAngle by themselves, without its same-size copy.
+    void downsample0(unsigned char* src, int width, int height, int stride, unsigned char* dst, int smallWidth,
+                     int smallHeight);
+    void downsample90(unsigned char* src, int width, int height, int stride, unsigned char* dst, int smallWidth,
+                      int smallHeight);
+    void downsample180(unsigned char* src, int width, int height, int stride, unsigned char* dst, int smallWidth,
+                       int smallHeight);
+    void downsample270(unsigned char* src, int width, int height, int stride, unsigned char* dst, int smallWidth,
+                       int smallHeight);
+
+    /// Gray plane of an RGB image: trunc((0.299 red + 0.587 green) + 0.114 blue) in double precision.
+    /// Static in spirit.
+    /// gray  width x height bytes, packed
+    /// returns 0; -1 with nothing written on a null pointer or a pixel count below 1
+    int RGB2Gray(unsigned char* rgb, unsigned char* gray, int width, int height);
+    /// RGB2Gray followed by bicubic8. Static in spirit.
+    /// dst    (width / 8) x (height / 8) bytes, packed
+    /// ratio  8, the only reduction there is
+    /// returns 0; -1 on a null pointer or a value below 1; -2 on any other ratio
+    int RGB2SmallGray(unsigned char* rgb, unsigned char* dst, int width, int height, int ratio);
+    /// Every step-th pixel of every step-th row, without averaging. Static in spirit.
+    /// dst  ceil(width / step) x ceil(height / step) bytes, packed
+    /// returns 0; -1 on a null pointer, a size or step below 1, or a stride below the width
+    int DownsampleGray(unsigned char* src, unsigned char* dst, int width, int height, int stride, int step);
+    /// Shrinks a packed gray plane 8:1 in both directions through a symmetric 32-tap filter, rows
+    /// first; border pixels are replicated. Static in spirit. Single-precision sums in tap order,
+    /// clamped to 0 to 255 and truncated after each direction.
+    /// dst  (width / 8) x (height / 8) bytes, packed
+    /// returns 0; -1 on a null pointer or a size below 1
+    int bicubic8(unsigned char* src, unsigned char* dst, int width, int height);
+
+    /// Fits a straight line through the top-most edge pixel of every column. Static in spirit.
+    /// edges       packed edge map of width x height bytes; 255 marks an edge
+    /// parameters  a HorizonFitParams record
+    /// angle       degrees in (-90, 90]; the largest finite double when no line is accepted
+    /// returns 0; -1 with angle as it was on a null pointer, a size below 1 or a ratio outside 0 to 1;
+    ///         -1 with no angle when the single point of a narrow map is all there is to fit
+    int horizonDetection(unsigned char* edges, int width, int height, double* parameters, double& angle);
+    /// Least-squares line along the principal axis of count points. Static in spirit. Double sums in
+    /// index order.
+    /// angle     degrees in (-90, 90]
+    /// residual  mean vertical distance from the line, in pixels
+    /// returns 0; -1 with nothing written on a null pointer or fewer than two points
+    int fitLine(int* x, int* y, int count, double& angle, double& residual);
+    /// Mean of count bytes, summed in blocks of 2^23. Static in spirit.
+    /// returns 0; -1 with nothing written on a null pointer or a count below 1
+    int mean(unsigned char* values, int count, double& average);
+
+private:
+    unsigned char* m_pImage;
+    int m_width;
+    int m_height;
+    int m_stride;
+    unsigned char* m_pRotImage;  // owned; null when there is no turned image
+    int m_rotWidth;
+    int m_rotHeight;
+    _Rect m_cropRect;
+    double m_rotAngle;  // degrees; the largest finite double means no angle
+    double m_rotAngleThresh;
+};
+#endif  // __cplusplus
+
+#endif  // SKYLEVEL_SKYLEVEL_H
