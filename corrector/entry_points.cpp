@@ -19,3 +19,15 @@ int HorizonDetectionProcess(unsigned char* pGrayImage, int width, int height, in
     *hasHorizon = corrector.getHasHorizon();
     return 0;
 }
+
+int TiltCorrectionProcess(unsigned char* pImage, int width, int height, double* pRotAngle, double fAngleThresh) {
+    SKYLEVEL_LOG_DEBUG("!!!!!!!!!!!!!!!!!!!!!!!!TiltCorrection start!!!!!!!!!!!!!!!!!!!!!!!!!!!!!");
+    if (pImage == nullptr || width < 0 || height < 0) return -1;
+    SKYLEVEL_LOG_DEBUG("!!!!!!!!!!!!!!!!!!!!!!!!TiltCorrection 1 start!!!!!!!!!!!!!!!!!!!!!!!!!!!!!");
+    TiltCorrection corrector(pImage, width, height, width);
+    corrector.setRotAngleThresh(fAngleThresh);
+    SKYLEVEL_LOG_DEBUG("!!!!!!!!!!!!!!!!!!!!!!!!TiltCorrection 2 start!!!!!!!!!!!!!!!!!!!!!!!!!!!!!");
+    if (corrector.detectRotAngle() != 0) return 1;
+    *pRotAngle = corrector.getRotAngle();
+    return 0;
+}

@@ -127,8 +127,8 @@ bool reduce(TiltCorrection& stages, const GrayPlane& picture, int imageAngle, un
 }
 
 // The second stage: the longest dense, flat segment of an edge map in which no top edge was found.
-Status searchSegments(TiltCorrection& stages, unsigned char* edges, int smallWidth, int smallHeight,
-                      double angleThresh, double& angle, HorizonEvidence* evidence) {
+Status searchSegments(TiltCorrection& stages, unsigned char* edges, int smallWidth, int smallHeight, double angleThresh,
+                      double& angle, HorizonEvidence* evidence) {
     angle = noAngle;
     double edgeMean = 0.0;
     if (stages.mean(edges, smallWidth * smallHeight, edgeMean) != 0)
@@ -167,8 +167,8 @@ Status searchSegments(TiltCorrection& stages, unsigned char* edges, int smallWid
 
 }  // namespace
 
-int decideHorizon(TiltCorrection& stages, const GrayPlane& picture, int imageAngle, double angleThresh,
-                  double& angle, HorizonEvidence* evidence) {
+int decideHorizon(TiltCorrection& stages, const GrayPlane& picture, int imageAngle, double angleThresh, double& angle,
+                  HorizonEvidence* evidence) {
     if (picture.pixels == nullptr || picture.width < 1 || picture.height < 1) return noPicture;
     SKYLEVEL_LOG_DEBUG("!!!!!!!!!!!!!Enter detectRotAngle sucessful!!!!!!!!!!!!!!");
 

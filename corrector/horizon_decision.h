@@ -46,7 +46,7 @@ struct HorizonEvidence {
 // stages    runs the single stages; none of its fields is read or written
 // angle     degrees; the angle found or the largest finite double, as it was before the line fit
 // evidence  null when nobody asks
-int decideHorizon(TiltCorrection& stages, const GrayPlane& picture, int imageAngle, double angleThresh,
-                  double& angle, HorizonEvidence* evidence);
+int decideHorizon(TiltCorrection& stages, const GrayPlane& picture, int imageAngle, double angleThresh, double& angle,
+                  HorizonEvidence* evidence);
 
 }  // namespace skylevel

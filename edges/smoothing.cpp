@@ -109,8 +109,7 @@ int SmoothGradient(unsigned char* src, int width, int height, float sigma, float
     const auto rowOf = [width](auto* plane, int row) { return plane + std::ptrdiff_t{row} * width; };
     const std::unique_ptr<float[]> smooth(new float[std::size_t{1} * width * height]);
     const std::unique_ptr<float[]> padded(new float[std::size_t{1} * width + size]);
-    for (int r = 0; r < height; ++r)
-        filterColumns(src, width, height, r, gauss.get(), size, rowOf(smooth.get(), r));
+    for (int r = 0; r < height; ++r) filterColumns(src, width, height, r, gauss.get(), size, rowOf(smooth.get(), r));
     for (int r = 0; r < height; ++r)
         filterRow(rowOf(smooth.get(), r), width, derivative.get(), size, padded.get(), rowOf(gradX, r));
     for (int r = 0; r < height; ++r)

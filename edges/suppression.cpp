@@ -49,8 +49,8 @@ bool isMaximum(const float* m, std::ptrdiff_t width, float gx, float gy) {
     return m[0] >= ahead && m[0] >= behind;
 }
 
-void suppressNonMaxima(unsigned char* edges, const float* gradX, const float* gradY, const float* magnitude,
-                       int width, int height) {
+void suppressNonMaxima(unsigned char* edges, const float* gradX, const float* gradY, const float* magnitude, int width,
+                       int height) {
     for (int r = 1; r < height - 1; ++r) {
         const std::ptrdiff_t row = std::ptrdiff_t{r} * width;
         for (std::ptrdiff_t i = row + 1; i < row + width - 1; ++i) {
@@ -76,7 +76,8 @@ int thinAndThrehold(unsigned char* edges, float* gradX, float* gradY, float* mag
             edges[i] = edge;
             TraceEdge(r, c, low, edges, magnitude, width, height);
         }
-    std::replace_if(edges, edges + std::ptrdiff_t{width} * height, [](unsigned char v) { return v != edge; }, noEdge);
+    std::replace_if(
+        edges, edges + std::ptrdiff_t{width} * height, [](unsigned char v) { return v != edge; }, noEdge);
     return 0;
 }
 

@@ -16,13 +16,13 @@ constexpr int lead = (tapCount - ratio) / 2;
 
 // In 65536ths -15, -117, -275, ... 8115, together 65536, up to the last digit of a few of them; these
 // decimals and not the fractions are the filter.
-constexpr float taps[tapCount] = {
-    -0.000228881996f, -0.00178527797f, -0.00419616699f, -0.00672912598f, -0.0086517334f, -0.00923156738f,
-    -0.00773620605f,  -0.003433228f,   0.00483703613f,  0.0192718506f,   0.0382232666f,  0.0594940186f,
-    0.0808868408f,    0.100204468f,    0.115249634f,    0.123825073f,    0.123825073f,   0.115249634f,
-    0.100204468f,     0.0808868408f,   0.0594940186f,   0.0382232666f,   0.0192718506f,  0.00483703613f,
-    -0.003433228f,    -0.00773620605f, -0.00923156738f, -0.0086517334f,  -0.00672912598f, -0.00419616699f,
-    -0.00178527797f,  -0.000228881996f};
+constexpr float taps[tapCount] = {-0.000228881996f, -0.00178527797f, -0.00419616699f, -0.00672912598f, -0.0086517334f,
+                                  -0.00923156738f,  -0.00773620605f, -0.003433228f,   0.00483703613f,  0.0192718506f,
+                                  0.0382232666f,    0.0594940186f,   0.0808868408f,   0.100204468f,    0.115249634f,
+                                  0.123825073f,     0.123825073f,    0.115249634f,    0.100204468f,    0.0808868408f,
+                                  0.0594940186f,    0.0382232666f,   0.0192718506f,   0.00483703613f,  -0.003433228f,
+                                  -0.00773620605f,  -0.00923156738f, -0.0086517334f,  -0.00672912598f, -0.00419616699f,
+                                  -0.00178527797f,  -0.000228881996f};
 
 unsigned char toPixel(float sum) { return static_cast<unsigned char>(std::clamp(sum, 0.0f, 255.0f)); }
 
@@ -42,8 +42,7 @@ void decimateRow(const unsigned char* row, int width, unsigned char* out, int ou
 }
 
 // The same down the columns; the sums of a whole output row grow side by side.
-void decimateColumns(const unsigned char* plane, int width, int height, float* sums, unsigned char* out,
-                     int outRow) {
+void decimateColumns(const unsigned char* plane, int width, int height, float* sums, unsigned char* out, int outRow) {
     std::fill_n(sums, width, 0.0f);
     for (int k = 0; k < tapCount; ++k) {
         const unsigned char* const row = plane + spanIndex(outRow, k, height) * width;

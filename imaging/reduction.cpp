@@ -44,8 +44,8 @@ bool fitsOffsetTable(int imageAngle, int smallWidth, int smallHeight) {
            offsetTableLength(imageAngle, smallWidth, smallHeight) <= offsetTableCapacity;
 }
 
-void sampleOriented(const unsigned char* src, int width, int height, int stride, int imageAngle,
-                    unsigned char* dst, int smallWidth, int smallHeight, int* offsets) {
+void sampleOriented(const unsigned char* src, int width, int height, int stride, int imageAngle, unsigned char* dst,
+                    int smallWidth, int smallHeight, int* offsets) {
     if (width < 1 || height < 1 || smallWidth < 1 || smallHeight < 1) return;
 
     const bool exchanged = exchangesAxes(imageAngle);
@@ -79,8 +79,8 @@ void sampleOriented(const unsigned char* src, int width, int height, int stride,
 namespace {
 
 // Beyond the table's capacity nothing is written.
-void downsampleTurned(const unsigned char* src, int width, int height, int stride, int imageAngle,
-                      unsigned char* dst, int smallWidth, int smallHeight) {
+void downsampleTurned(const unsigned char* src, int width, int height, int stride, int imageAngle, unsigned char* dst,
+                      int smallWidth, int smallHeight) {
     if (!fitsOffsetTable(imageAngle, smallWidth, smallHeight)) return;
     int offsets[offsetTableCapacity];
     sampleOriented(src, width, height, stride, imageAngle, dst, smallWidth, smallHeight, offsets);

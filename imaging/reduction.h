@@ -19,7 +19,7 @@ bool fitsOffsetTable(int imageAngle, int smallWidth, int smallHeight);
 // imageAngle  one of the four quarter turns
 // offsets     scratch, offsetTableLength() entries
 // Nothing is written when a side of either plane is below 1.
-void sampleOriented(const unsigned char* src, int width, int height, int stride, int imageAngle,
-                    unsigned char* dst, int smallWidth, int smallHeight, int* offsets);
+void sampleOriented(const unsigned char* src, int width, int height, int stride, int imageAngle, unsigned char* dst,
+                    int smallWidth, int smallHeight, int* offsets);
 
 }  // namespace skylevel

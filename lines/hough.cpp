@@ -103,8 +103,7 @@ bool makeGrid(const HoughParams& parameters, int width, int height, Grid& grid) 
     if (!usable) return false;
     const double theta = static_cast<double>(parameters.theta);
     const double angles = pi / theta + 0.5;
-    const double distances =
-        static_cast<double>(static_cast<float>(2 * (width + height) + 1) / parameters.rho) + 0.5;
+    const double distances = static_cast<double>(static_cast<float>(2 * (width + height) + 1) / parameters.rho) + 0.5;
     if (!(angles < intLimit) || !(distances < intLimit)) return false;
     const int angleCount = static_cast<int>(angles);
     const int distanceCount = static_cast<int>(distances);

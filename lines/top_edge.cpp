@@ -21,7 +21,8 @@ bool isShare(double ratio) { return !(ratio < 0.0) && !(ratio > 1.0); }
 
 // The first edge pixel from the top of every column that has one, in column order.
 struct Profile {
-    explicit Profile(int capacity) : points(new int[2 * static_cast<std::size_t>(capacity)]), rows(points.get() + capacity) {}
+    explicit Profile(int capacity)
+        : points(new int[2 * static_cast<std::size_t>(capacity)]), rows(points.get() + capacity) {}
 
     int* columns() { return points.get(); }
 
@@ -78,8 +79,8 @@ int fitPrincipalAxis(const int* x, const int* y, int count, FittedLine& line) {
     return 0;
 }
 
-int detectTopEdge(const unsigned char* edges, int width, int height, const HorizonFitParams* parameters,
-                  double& angle, FittedLine& line) {
+int detectTopEdge(const unsigned char* edges, int width, int height, const HorizonFitParams* parameters, double& angle,
+                  FittedLine& line) {
     SKYLEVEL_LOG_DEBUG("Enter horizonDetection successful!");
     if (edges == nullptr || !isPlane(width, height) || parameters == nullptr) return -1;
     if (!isShare(parameters->rowRatio) || !isShare(parameters->coverageRatio)) return -1;
@@ -96,8 +97,7 @@ int detectTopEdge(const unsigned char* edges, int width, int height, const Horiz
 
 }  // namespace skylevel
 
-int TiltCorrection::horizonDetection(unsigned char* edges, int width, int height, double* parameters,
-                                     double& angle) {
+int TiltCorrection::horizonDetection(unsigned char* edges, int width, int height, double* parameters, double& angle) {
     skylevel::FittedLine line;
     return skylevel::detectTopEdge(edges, width, height, reinterpret_cast<HorizonFitParams*>(parameters), angle, line);
 }

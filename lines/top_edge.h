@@ -18,7 +18,7 @@ int fitPrincipalAxis(const int* x, const int* y, int count, FittedLine& line);
 
 // TiltCorrection::horizonDetection with the line kept. line is written when a line was fitted, whether
 // or not its residual lets it pass.
-int detectTopEdge(const unsigned char* edges, int width, int height, const HorizonFitParams* parameters,
-                  double& angle, FittedLine& line);
+int detectTopEdge(const unsigned char* edges, int width, int height, const HorizonFitParams* parameters, double& angle,
+                  FittedLine& line);
 
 }  // namespace skylevel

@@ -6,9 +6,6 @@
 
 #define SKYLEVEL_LOG_TAG "TILT_CORRECTION"
 
-#define SKYLEVEL_LOG_DEBUG(...) \
-    static_cast<void>(__android_log_print(ANDROID_LOG_DEBUG, SKYLEVEL_LOG_TAG, __VA_ARGS__))
-#define SKYLEVEL_LOG_INFO(...) \
-    static_cast<void>(__android_log_print(ANDROID_LOG_INFO, SKYLEVEL_LOG_TAG, __VA_ARGS__))
-#define SKYLEVEL_LOG_ERROR(...) \
-    static_cast<void>(__android_log_print(ANDROID_LOG_ERROR, SKYLEVEL_LOG_TAG, __VA_ARGS__))
+#define SKYLEVEL_LOG_DEBUG(...) static_cast<void>(__android_log_print(ANDROID_LOG_DEBUG, SKYLEVEL_LOG_TAG, __VA_ARGS__))
+#define SKYLEVEL_LOG_INFO(...) static_cast<void>(__android_log_print(ANDROID_LOG_INFO, SKYLEVEL_LOG_TAG, __VA_ARGS__))
+#define SKYLEVEL_LOG_ERROR(...) static_cast<void>(__android_log_print(ANDROID_LOG_ERROR, SKYLEVEL_LOG_TAG, __VA_ARGS__))

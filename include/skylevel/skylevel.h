@@ -45,10 +45,19 @@ extern "C" {
 ///               bound only: any negative angle passes. NaN is accepted and never finds a horizon.
 /// returns 0 with the answer in *hasHorizon; -1 with *hasHorizon false when an argument is refused;
 ///         1 with *hasHorizon as it was when the decision failed (a side below 4 pixels, an
-///         orientation outside the four, or a reduced plane, a sixteenth of the picture, of more
-///         than 2^31 - 1 pixels)
-SKYLEVEL_API int HorizonDetectionProcess(unsigned char* pGrayImage, int width, int height, int stride,
-                                         bool* hasHorizon, int imageAngle, double fAngleThresh);
+///         orientation outside the four, or a picture beyond the limits of detectHorizon)
+SKYLEVEL_API int HorizonDetectionProcess(unsigned char* pGrayImage, int width, int height, int stride, bool* hasHorizon,
+                                         int imageAngle, double fAngleThresh);
+
+/// Asks for the angle of an RGB image. The reduction that it rests on is refused (see
+/// TiltCorrection::detectRotAngle), so every call with usable arguments returns 1.
+/// pImage        width x height pixels, packed
+/// pRotAngle     receives degrees on success; not checked, so it must be writable
+/// fAngleThresh  degrees, stored unchecked
+/// returns 0 with the angle written; -1 on a null image or a negative size; 1 when the request failed,
+///         both with *pRotAngle as it was
+SKYLEVEL_API int TiltCorrectionProcess(unsigned char* pImage, int width, int height, double* pRotAngle,
+                                       double fAngleThresh);
 
 #ifdef __cplusplus
 }  // extern "C"
@@ -107,10 +116,53 @@ public:
     /// Decides whether the image shows a horizon, on a copy reduced 4:1 and turned upright.
     /// imageAngle  clockwise quarter turn that makes the picture upright: 0, 90, 180 or 270
     /// returns 0 with the decision in getHasHorizon; -2 without a usable image, -4 when the
-    ///         orientation or the reduced size is refused, -6 when edge detection fails (a side below
-    ///         4 pixels), all three with the stored angle as it was; -7, -8 and -9 when the line fit,
-    ///         the mean or the segment search fails, with no angle
+    ///         orientation is refused or the reduced plane has more than 2^31 - 1 pixels, -6 when edge detection fails
+    ///         (a side below 4 pixels), all three with the stored angle as it was; -7, -8 and -9 when the line fit, the
+    ///         mean or the segment search fails, with no angle
     int detectHorizon(int imageAngle);
+
+    /// Asks for the angle of the image, read as RGB. RGB2SmallGray refuses the 4:1 reduction that it
+    /// rests on.
+    /// returns -2 without a usable image, -4 otherwise; no field changes
+    int detectRotAngle();
+    /// Releases the turned image, then makes the same request for an image whose sides are multiples
+    /// of 4.
+    /// returns -1 always; the turned image is gone whenever the corrector has a usable image
+    int autoCorrection();
+
+    /// Turns the image, read as RGB, into a turned image that the corrector keeps, and computes the
+    /// crop rectangle. The stored angle becomes `angle`.
+    /// angle  degrees, -180 to 180; positive turns clockwise
+    /// returns 0; -1 with nothing changed without a usable image; -1 without a turned image and with
+    ///         the crop rectangle as it was when the angle or the size of the result is refused
+    int manuCorrection(double angle);
+    /// The upright rectangle of the image's proportions, centred on it and sized so that its corners
+    /// meet the turned picture's edges, in the frame of the unturned image. Static in spirit. Near 90
+    /// degrees it can be larger than the image, near 180 its right bound lies left of its left one.
+    /// returns 0; -1 with rect as it was on a size below 1 or a rectangle that leaves the int range
+    int calCropLoc(int width, int height, double angle, _Rect& rect);
+    /// Copies the crop rectangle out of the image, read as RGB.
+    /// dst  3 bytes for each pixel of getCropImageSize, rows packed
+    /// returns 0, also for an empty rectangle; -1 without a usable image or buffer; -2 when the
+    ///         rectangle leaves the image
+    int crop(unsigned char* dst);
+    /// Turns an RGB image about its top-left pixel into a new canvas that holds all of it; what the
+    /// picture does not cover is black. Static in spirit. Geometry and the bilinear blend in double
+    /// precision, truncated; the last column and row are copied unblended.
+    /// dst    receives a new image of dstWidth x dstHeight pixels, the caller's to release with array
+    ///        delete; what the pointer held before is not released
+    /// angle  degrees, -180 to 180; positive turns clockwise
+    /// returns 0; -1 with nothing written on a null source, a size below 1, an angle out of range or
+    ///         not a number, or a result of more than 2^31 - 1 pixels
+    int rotateImage(unsigned char* src, int width, int height, unsigned char*& dst, int& dstWidth, int& dstHeight,
+                    double angle);
+
+    /// The device orientation, as imageAngle, for a gravity reading. Static in spirit.
+    /// x, y, z  gravity in device axes, m/s^2
+    /// angle    receives 0, 90, 180 or 270; 0 for a device that lies flat (z above 9) or a reading
+    ///          without a direction
+    /// returns 0 always
+    int computeImageRotation(float x, float y, float z, int& angle);
 
     /// Shrinks a gray plane to a packed plane by picking single pixels and turns it upright.
     /// Static in spirit. Positions are single-precision sums truncated toward zero, columns rounded
@@ -120,8 +172,8 @@ public:
     /// dst         smallWidth x smallHeight bytes, the same shape for every turn; written in full, or
     ///             not at all when smallWidth (at 90 and 270 also smallHeight) is above 256
     /// returns 0 always
-    int downsampleWithAngle(unsigned char* src, int width, int height, int stride, int imageAngle,
-                            unsigned char* dst, int smallWidth, int smallHeight);
+    int downsampleWithAngle(unsigned char* src, int width, int height, int stride, int imageAngle, unsigned char* dst,
+                            int smallWidth, int smallHeight);
     /// The four turns of downsampleWithAngle by themselves, without its same-size copy.
     void downsample0(unsigned char* src, int width, int height, int stride, unsigned char* dst, int smallWidth,
                      int smallHeight);
