@@ -17,13 +17,19 @@ target_compile_options(
         -Wno-sign-conversion
         -Wdouble-promotion
         -Wnon-virtual-dtor
+        # Vectors never cross a call: every function that passes one is inlined.
+        -Wno-psabi
         $<$<BOOL:${SKYLEVEL_WERROR}>:-Werror>
 )
+
+# Leaves out every variant of a kernel but the baseline's, so that the tests can run it too.
+option(SKYLEVEL_BASELINE_ONLY "Never use instructions beyond the platform's baseline" OFF)
 
 # Everything that goes into libskylevel: exported by declaration only.
 add_library(skylevel_library_flags INTERFACE)
 target_link_libraries(skylevel_library_flags INTERFACE skylevel_flags skylevel_log)
 target_compile_options(skylevel_library_flags INTERFACE -fvisibility=hidden -fvisibility-inlines-hidden)
+target_compile_definitions(skylevel_library_flags INTERFACE $<$<BOOL:${SKYLEVEL_BASELINE_ONLY}>:SKYLEVEL_BASELINE_ONLY>)
 
 # One room of the library: skylevel_room(NAME FILE...).
 function(skylevel_room name)
