@@ -1,0 +1,29 @@
+# Sourced by the scripts: need PACKAGE... makes sure that Debian packages are installed.
+
+need() {
+    local missing=() package
+    if ! command -v dpkg-query >/dev/null; then
+        echo "This is not Debian or Ubuntu; please see to it that the equivalents of these are installed: $*" >&2
+        return 0
+    fi
+    for package in "$@"; do
+        dpkg-query -W -f='${db:Status-Status}' "$package" 2>/dev/null | grep -qx installed || missing+=("$package")
+    done
+    [ ${#missing[@]} -eq 0 ] && return 0
+
+    local as_root=()
+    if [ "$(id -u)" -ne 0 ]; then
+        if ! command -v sudo >/dev/null; then
+            echo "Please install: ${missing[*]}" >&2
+            return 1
+        fi
+        as_root=(sudo)
+    fi
+    echo "Installing ${missing[*]}"
+    "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get update -qq >/dev/null &&
+        "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
+            apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+}
+
+# What the library, the tool and the tests are built from.
+build_packages=(cmake g++ ninja-build libcli11-dev nlohmann-json3-dev libjpeg-dev libpng-dev libgtest-dev)
