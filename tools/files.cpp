@@ -1,0 +1,121 @@
+#include "tools/files.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <filesystem>
+#include <system_error>
+#include <utility>
+
+namespace skylevel {
+namespace {
+
+constexpr std::size_t firstRead = 4096;
+constexpr std::size_t longestStep = std::size_t{1} << 20;
+
+[[noreturn]] void throwErrno() { throw FileError(std::generic_category().message(errno)); }
+
+class Descriptor {
+public:
+    explicit Descriptor(int number) : handle(number) {
+        if (handle < 0) throwErrno();
+    }
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+    ~Descriptor() {
+        if (handle > STDERR_FILENO) ::close(handle);
+    }
+
+    // Fills the buffer unless the file ends first; returns the bytes read.
+    std::size_t read(std::span<unsigned char> buffer) const {
+        std::size_t filled = 0;
+        while (filled < buffer.size()) {
+            const ssize_t count = ::read(handle, buffer.data() + filled, buffer.size() - filled);
+            if (count < 0 && errno == EINTR) continue;
+            if (count < 0) throwErrno();
+            if (count == 0) break;
+            filled += static_cast<std::size_t>(count);
+        }
+        return filled;
+    }
+
+    void write(std::span<const unsigned char> bytes) const {
+        while (!bytes.empty()) {
+            const ssize_t count = ::write(handle, bytes.data(), std::min(bytes.size(), longestStep));
+            if (count < 0 && errno == EINTR) continue;
+            if (count < 0) throwErrno();
+            bytes = bytes.subspan(static_cast<std::size_t>(count));
+        }
+    }
+
+    // Some file systems report a full disk only here.
+    void close() {
+        if (::close(std::exchange(handle, -1)) != 0) throwErrno();
+    }
+
+private:
+    int handle;
+};
+
+// A new file with the usual access rights beside the one it will replace; removed unless it was kept.
+class TemporaryFile {
+public:
+    explicit TemporaryFile(const std::filesystem::path& target) : file(create(target, path)) {}
+    TemporaryFile(const TemporaryFile&) = delete;
+    TemporaryFile& operator=(const TemporaryFile&) = delete;
+    ~TemporaryFile() {
+        if (!path.empty()) ::unlink(path.c_str());
+    }
+
+    void fill(std::span<const unsigned char> bytes) {
+        file.write(bytes);
+        file.close();
+    }
+    void keepAs(const std::filesystem::path& target) {
+        if (::rename(path.c_str(), target.c_str()) != 0) throwErrno();
+        path.clear();
+    }
+
+private:
+    static int create(const std::filesystem::path& target, std::filesystem::path& created) {
+        static std::atomic<unsigned> serial{0};
+        for (;;) {
+            const std::string name = ".skylevel-" + std::to_string(::getpid()) + "-" + std::to_string(serial++);
+            const std::filesystem::path candidate = target.parent_path() / name;
+            const int handle = ::open(candidate.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+            if (handle < 0 && errno == EEXIST) continue;
+            if (handle >= 0) created = candidate;
+            return handle;
+        }
+    }
+
+    std::filesystem::path path;
+    Descriptor file;
+};
+
+}  // namespace
+
+Bytes readFile(const std::string& name, void (*accepts)(std::span<const unsigned char> start)) {
+    const Descriptor file(name == standardInput ? STDIN_FILENO : ::open(name.c_str(), O_RDONLY | O_CLOEXEC));
+    Bytes bytes;
+    for (;;) {
+        const std::size_t before = bytes.size();
+        const std::size_t step = std::clamp(before, firstRead, longestStep);
+        bytes.resize(before + step);
+        const std::size_t count = file.read(std::span(bytes).subspan(before));
+        bytes.resize(before + count);
+        if (before == 0) accepts(bytes);
+        if (count < step) return bytes;
+    }
+}
+
+void writeFile(const std::string& name, std::span<const unsigned char> bytes) {
+    TemporaryFile temporary(name);
+    temporary.fill(bytes);
+    temporary.keepAs(name);
+}
+
+}  // namespace skylevel

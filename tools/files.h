@@ -1,0 +1,29 @@
+// Files as bytes: read whole, written whole or not at all.
+#pragma once
+
+#include <span>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace skylevel {
+
+using Bytes = std::vector<unsigned char>;
+
+// A reason to give up on one file; what() says it in words, without the file's name.
+struct FileError : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+// Name of standard input on the command line.
+constexpr const char* standardInput = "-";
+
+// Reads a file or standard input to its end.
+// accepts  sees the first bytes (at least 12 unless there are fewer) before the rest is read, and throws
+//          when they will not do, so that a device or a huge file of another kind is not swallowed
+Bytes readFile(const std::string& name, void (*accepts)(std::span<const unsigned char> start));
+
+// Replaces the file in one step: a failure leaves neither a partial file nor a changed one.
+void writeFile(const std::string& name, std::span<const unsigned char> bytes);
+
+}  // namespace skylevel

@@ -1,0 +1,48 @@
+// Photos: from the bytes of a file to pixels.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "tools/files.h"
+#include "tools/picture.h"
+
+namespace skylevel {
+
+enum class PhotoFormat { jpeg, png };
+
+// What the pixels of a decoded photo should be.
+enum class PixelWish {
+    luma,  // the file's own gray or luma plane; red, green and blue where it has none
+    rgb    // always red, green and blue
+};
+
+struct Photo {
+    PhotoFormat format = PhotoFormat::jpeg;
+    Picture picture;          // as stored
+    Orientation orientation;  // what makes it upright
+    std::vector<std::string> warnings;
+};
+
+// Throws a FileError unless a file that starts so is a photo in a known format.
+void requirePhoto(std::span<const unsigned char> start);
+
+// Decodes a file that requirePhoto accepts. Of a truncated JPEG the picture holds the rows that could be read, and a
+// warning says so.
+// maxPixels  checked before memory for pixels is taken
+// Throws a FileError when there is nothing to see, std::bad_alloc when memory runs out.
+Photo decodePhoto(std::span<const unsigned char> bytes, PixelWish wish, std::int64_t maxPixels);
+
+// The readers of the single formats, and what they are called with their versions.
+Photo decodeJpeg(std::span<const unsigned char> bytes, PixelWish wish, std::int64_t maxPixels);
+Photo decodePng(std::span<const unsigned char> bytes, PixelWish wish, std::int64_t maxPixels);
+std::string jpegLibrary();
+std::string pngLibrary();
+
+const char* formatName(PhotoFormat format);
+
+// For the readers: refuses a size that the header promises.
+void checkSize(std::int64_t width, std::int64_t height, std::int64_t maxPixels);
+
+}  // namespace skylevel

@@ -1,0 +1,129 @@
+#include "tools/report.h"
+
+#include <cmath>
+#include <cstdio>
+
+#include <nlohmann/json.hpp>
+
+namespace skylevel {
+namespace {
+
+// The deciding stage or the reason why there is no horizon.
+const char* stageInWords(const Decision& decision) {
+    if (decision.tooSmall) return "too small";
+    switch (decision.evidence.verdict) {
+        case Verdict::topEdge:
+            return "top edge";
+        case Verdict::segment:
+            return "segment";
+        case Verdict::busyScene:
+            return "busy scene";
+        case Verdict::noSegment:
+            return "no straight segment";
+        case Verdict::noDense:
+            return "no solid segment";
+        case Verdict::noFlat:
+            return "no solid segment near level";
+        case Verdict::tooShort:
+            return "no segment long enough";
+        case Verdict::tooTilted:
+            return "too tilted";
+    }
+    return "unknown";
+}
+
+std::string degrees(double angle) {
+    char text[32];
+    // Adding 0 turns a rounded -0 into 0.
+    const double rounded = std::round(angle * 100.0) / 100.0 + 0.0;
+    std::snprintf(text, sizeof(text), "%+.2f", rounded);
+    return text;
+}
+
+// Bytes of the UTF-8 sequence that text starts with; 0 when it is malformed.
+std::size_t sequenceLength(std::string_view text) {
+    const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
+    const unsigned first = byte(0);
+    if (first < 0x80) return 1;
+    const std::size_t length = first >= 0xF0 ? 4 : first >= 0xE0 ? 3 : 2;
+    if (first < 0xC2 || first > 0xF4 || text.size() < length) return 0;
+    for (std::size_t i = 1; i < length; ++i)
+        if (byte(i) >> 6 != 2) return 0;
+    // Overlong forms, surrogates and values beyond Unicode.
+    const unsigned second = byte(1);
+    if ((first == 0xE0 && second < 0xA0) || (first == 0xED && second > 0x9F)) return 0;
+    if ((first == 0xF0 && second < 0x90) || (first == 0xF4 && second > 0x8F)) return 0;
+    return length;
+}
+
+bool isControl(std::string_view sequence) {
+    const auto first = static_cast<unsigned char>(sequence[0]);
+    if (sequence.size() == 1) return first < 0x20 || first == 0x7F;
+    return first == 0xC2 && static_cast<unsigned char>(sequence[1]) < 0xA0;
+}
+
+// Ordered, so that a line reads from the question to the answer's details.
+using Json = nlohmann::ordered_json;
+
+Json orNull(const std::optional<double>& value) { return value ? Json(*value) : Json(nullptr); }
+
+}  // namespace
+
+std::string verdictInWords(const Decision& decision) {
+    std::string words = decision.horizon ? "horizon, " : "no horizon, ";
+    if (decision.angle) {
+        words += degrees(*decision.angle) + " degrees, ";
+        if (*decision.angle != *decision.decisionAngle)
+            words += "decided at " + degrees(*decision.decisionAngle) + ", ";
+    }
+    return words + stageInWords(decision);
+}
+
+std::string reportLine(const DetectJob& job, const DetectResult& result) {
+    return displayName(job.name) + ": " + verdictInWords(result.decision);
+}
+
+std::string reportJson(const DetectJob& job, const DetectResult& result, const DetectOptions& options) {
+    Json object;
+    object["file"] = job.name;
+    if (!result.error.empty()) {
+        object["error"] = result.error;
+    } else {
+        object["horizon"] = result.decision.horizon;
+        object["angle"] = orNull(result.decision.angle);
+        object["verdict"] = stageInWords(result.decision);
+        object["decisionAngle"] = orNull(result.decision.decisionAngle);
+        object["threshold"] = options.threshold;
+        object["format"] = formatName(result.format);
+        object["width"] = result.width;
+        object["height"] = result.height;
+        object["turn"] = result.orientation.turn;
+        object["mirrored"] = result.orientation.mirrored;
+        object["warnings"] = result.warnings;
+        if (!job.overlay.empty() && result.overlayError.empty()) object["overlay"] = job.overlay;
+    }
+    return object.dump(-1, ' ', false, Json::error_handler_t::replace);
+}
+
+std::string displayName(const std::string& name) {
+    return name == standardInput ? "(standard input)" : printable(name);
+}
+
+std::string printable(std::string_view text) {
+    std::string result;
+    while (!text.empty()) {
+        const std::size_t length = sequenceLength(text);
+        if (length > 0 && !isControl(text.substr(0, length))) {
+            result += text.substr(0, length);
+            text.remove_prefix(length);
+            continue;
+        }
+        char escaped[8];
+        std::snprintf(escaped, sizeof(escaped), "\\x%02X", static_cast<unsigned char>(text[0]));
+        result += escaped;
+        text.remove_prefix(1);
+    }
+    return result;
+}
+
+}  // namespace skylevel
