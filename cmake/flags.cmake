@@ -29,6 +29,11 @@ option(SKYLEVEL_BASELINE_ONLY "Never use instructions beyond the platform's base
 add_library(skylevel_library_flags INTERFACE)
 target_link_libraries(skylevel_library_flags INTERFACE skylevel_flags skylevel_log)
 target_compile_options(skylevel_library_flags INTERFACE -fvisibility=hidden -fvisibility-inlines-hidden)
+if(ANDROID)
+    # Neither asks anything of a C++ runtime then. The system's operator new ends the process on failure.
+    target_compile_options(skylevel_library_flags INTERFACE -fno-exceptions -fno-rtti)
+    target_compile_definitions(skylevel_library_flags INTERFACE _LIBCPP_DISABLE_EXTERN_TEMPLATE)
+endif()
 target_compile_definitions(skylevel_library_flags INTERFACE $<$<BOOL:${SKYLEVEL_BASELINE_ONLY}>:SKYLEVEL_BASELINE_ONLY>)
 
 # One room of the library: skylevel_room(NAME FILE...).
