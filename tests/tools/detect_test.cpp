@@ -1,0 +1,243 @@
+// The command as its users see it: exit status, standard output and standard error.
+#include <gtest/gtest.h>
+#include <png.h>
+
+#include <algorithm>
+#include <cmath>
+#include <map>
+#include <nlohmann/json.hpp>
+
+#include "tests/tools/made_photos.h"
+#include "tests/tools/tool_process.h"
+
+namespace {
+
+using Json = nlohmann::json;
+
+std::vector<Json> objectsOf(const ToolRun& run) {
+    std::vector<Json> objects;
+    for (const std::string& line : linesOf(run.out)) objects.push_back(Json::parse(line));
+    return objects;
+}
+
+// A dark lower part below a straight line, low enough in the picture for the top-edge stage.
+skylevel::Picture tallScene(int width, int height, double leftY, double rightY) {
+    skylevel::Picture scene = skylevel::makePicture(width, height, 3);
+    for (int y = 0; y < height; ++y)
+        for (int x = 0; x < width; ++x) {
+            const bool below = y > leftY + (rightY - leftY) * x / width;
+            std::fill_n(scene.row(y) + std::ptrdiff_t{x} * 3, 3, static_cast<unsigned char>(below ? 40 : 200));
+        }
+    return scene;
+}
+
+// The stored pixels that an EXIF orientation turns into the upright picture.
+skylevel::Picture storedFor(const skylevel::Picture& upright, unsigned exif) {
+    const skylevel::Orientation orientation = skylevel::orientationFromExif(exif);
+    skylevel::Picture stored = skylevel::turned(upright, (360 - orientation.turn) % 360);
+    if (orientation.mirrored) skylevel::mirror(stored);
+    return stored;
+}
+
+TEST(Detect, DecidesOnTheBundledPhotos) {
+    constexpr double none = 1000.0;
+    const struct {
+        const char* name;
+        const char* verdict;  // or the error
+        double angle;
+        const char* verdictAt45;
+        double angleAt45;
+    } cases[] = {
+        {"beach-haze.jpg", "segment", 0.0, "segment", 0.0},
+        {"fir-forest.jpg", "busy scene", none, "busy scene", none},
+        {"odd-16bit-alpha.png", "no solid segment", none, "no solid segment", none},
+        {"odd-1x1.jpg", "too small", none, "too small", none},
+        {"odd-alpha-tulips.png", "no solid segment near level", none, "no segment long enough", none},
+        {"odd-cmyk-flower.jpg", "no segment long enough", none, "no segment long enough", none},
+        {"odd-corrupt-header.jpg", "JPEG datastream contains no image", none, "JPEG datastream contains no image",
+         none},
+        {"odd-huge-header.png", "100000 x 100000 pixels are more than the limit of 500000000", none,
+         "100000 x 100000 pixels are more than the limit of 500000000", none},
+        {"odd-truncated.jpg", "segment", 0.0, "segment", 0.0},
+        {"page-scan.png", "no segment long enough", none, "no segment long enough", none},
+        {"pavilion.jpg", "no segment long enough", none, "no segment long enough", none},
+        {"sea-breaker.jpg", "segment", 0.0, "segment", 0.0},
+        {"sea-breaker-p09.jpg", "no solid segment near level", none, "no segment long enough", none},
+        {"uav-06.jpg", "no solid segment near level", none, "segment", 26.76399040222168},
+        {"waterfall-exif1.jpg", "no segment long enough", none, "no segment long enough", none},
+        {"waterfall-exif3.jpg", "no segment long enough", none, "no segment long enough", none},
+        {"waterfall-exif6.jpg", "no segment long enough", none, "no segment long enough", none},
+        {"waterfall-exif8.jpg", "no segment long enough", none, "no segment long enough", none},
+    };
+    for (const bool steep : {false, true}) {
+        std::vector<std::string> arguments = {"detect", "--json", "--threshold", steep ? "45" : "10"};
+        for (const auto& c : cases) arguments.push_back(bundled(c.name));
+        const ToolRun run = runTool(arguments);
+        const std::vector<Json> objects = objectsOf(run);
+        EXPECT_EQ(run.status, 2);
+        ASSERT_EQ(objects.size(), std::size(cases));
+        for (std::size_t i = 0; i < objects.size(); ++i) {
+            SCOPED_TRACE(objects[i].dump());
+            const double angle = steep ? cases[i].angleAt45 : cases[i].angle;
+            EXPECT_EQ(objects[i]["file"], bundled(cases[i].name));
+            EXPECT_EQ(objects[i].value("verdict", objects[i].value("error", "")),
+                      steep ? cases[i].verdictAt45 : cases[i].verdict);
+            EXPECT_EQ(objects[i].value("horizon", false), angle != none);
+            EXPECT_EQ(objects[i].value("decisionAngle", Json()), angle == none ? Json() : Json(angle));
+            EXPECT_EQ(objects[i].value("angle", Json()), angle == none ? Json() : Json(angle));
+        }
+    }
+}
+
+TEST(Detect, TellsPeopleInALineEach) {
+    const std::string sea = bundled("sea-breaker.jpg");
+    const std::string cut = bundled("odd-truncated.jpg");
+    const std::string bad = bundled("odd-corrupt-header.jpg");
+    const std::string drone = bundled("uav-06.jpg");
+    const ToolRun run = runTool({"detect", "--threshold", "22", sea, bad, cut, drone});
+    EXPECT_EQ(run.out, sea + ": horizon, +0.00 degrees, segment\n" + cut + ": horizon, +0.00 degrees, segment\n" +
+                           drone + ": no horizon, +26.76 degrees, too tilted\n");
+    EXPECT_EQ(run.err, "skylevel: " + bad + ": JPEG datastream contains no image\nskylevel: " + cut +
+                           ": warning: truncated: 560 of 1066 rows read\n");
+}
+
+TEST(Detect, ExitsInTheMannerOfGrep) {
+    const std::string sea = bundled("sea-breaker.jpg");
+    const std::string page = bundled("page-scan.png");
+    const std::string bad = bundled("odd-corrupt-header.jpg");
+    const struct {
+        std::vector<std::string> arguments;
+        int status;
+        std::size_t lines;
+    } cases[] = {
+        {{page, sea}, 0, 2},
+        {{page}, 1, 1},
+        {{page, bad, sea}, 2, 2},
+        {{bad}, 2, 0},
+        {{"-q", bad, sea}, 0, 0},
+        {{"-q", page}, 1, 0},
+        {{"-q", bad, page}, 2, 0},
+        {{"--max-pixels", "1000", sea}, 2, 0},
+        {{"--gray", "rgb", sea}, 0, 1},
+        {{"--orientation", "180", sea}, 0, 1},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(testing::PrintToString(c.arguments));
+        std::vector<std::string> arguments = {"detect"};
+        arguments.insert(arguments.end(), c.arguments.begin(), c.arguments.end());
+        const ToolRun run = runTool(arguments);
+        EXPECT_EQ(run.status, c.status);
+        EXPECT_EQ(linesOf(run.out).size(), c.lines);
+    }
+    const ToolRun full = runTool({"detect", sea}, "/dev/null", "/dev/full");
+    EXPECT_EQ(full.status, 2);
+    EXPECT_EQ(full.err, "skylevel: standard output: No space left on device\n");
+}
+
+TEST(Detect, RefusesArgumentsThatMakeNoSense) {
+    const std::vector<std::string> cases[] = {
+        {},
+        {"dissect", "x.jpg"},
+        {"detect"},
+        {"detect", "--threshold", "nan", "x.jpg"},
+        {"detect", "--threshold", "90.5", "x.jpg"},
+        {"detect", "--threshold=-1", "x.jpg"},
+        {"detect", "--threshold", "ten", "x.jpg"},
+        {"detect", "--orientation", "45", "x.jpg"},
+        {"detect", "--gray", "pale", "x.jpg"},
+        {"detect", "--max-pixels", "0", "x.jpg"},
+        {"detect", "--max-pixels", "2147483648", "x.jpg"},
+        {"detect", "--json", "--quiet", "x.jpg"},
+        {"detect", "--overlay", "o.png", "x.jpg", "y.jpg"},
+        {"detect", "--overlay", "o.png", "--overlay-dir", "o", "x.jpg"},
+        {"detect", "--unknown\033", "x.jpg"},
+    };
+    for (const auto& arguments : cases) {
+        SCOPED_TRACE(testing::PrintToString(arguments));
+        const ToolRun run = runTool(arguments);
+        EXPECT_EQ(run.status, 2);
+        EXPECT_EQ(run.out, "");
+        EXPECT_EQ(run.err.find("x.jpg:"), std::string::npos) << "went on to the photo";
+        EXPECT_EQ(run.err.find('\033'), std::string::npos);
+        EXPECT_EQ(linesOf(run.err).size(), 2U) << run.err;
+    }
+}
+
+TEST(Detect, DescribesItself) {
+    const ToolRun version = runTool({"--version"});
+    EXPECT_EQ(version.status, 0);
+    for (const char* part : {"skylevel 2.0.0\n", "JPEG (libjpeg", "PNG (libpng"})
+        EXPECT_NE(version.out.find(part), std::string::npos) << version.out;
+    const ToolRun help = runTool({"detect", "--help"});
+    EXPECT_EQ(help.status, 0);
+    for (const char* part : {"--threshold", "--gray", "--orientation", "--json", "--quiet", "--overlay",
+                             "--overlay-dir", "--log", "--max-pixels", "Exit status"})
+        EXPECT_NE(help.out.find(part), std::string::npos) << part;
+}
+
+TEST(Detect, ReadsStandardInputAndTellsFormatsByContent) {
+    const ToolRun run = runTool({"detect", "-"}, bundled("sea-breaker.jpg"));
+    EXPECT_EQ(run.out, "(standard input): horizon, +0.00 degrees, segment\n");
+    const ToolRun object = runTool({"detect", "--json", "-"}, bundled("page-scan.png"));
+    EXPECT_EQ(objectsOf(object).at(0)["format"], "png");
+    EXPECT_EQ(objectsOf(object).at(0)["file"], "-");
+    EXPECT_EQ(runTool({"detect", "-"}).err, "skylevel: (standard input): empty file\n");
+    // Both are endless or nothing to read; neither may be swallowed first.
+    EXPECT_EQ(runTool({"detect", "/dev/zero"}).err, "skylevel: /dev/zero: neither a JPEG nor a PNG file\n");
+    EXPECT_EQ(runTool({"detect", "/"}).err, "skylevel: /: Is a directory\n");
+}
+
+TEST(Detect, KeepsOddNamesAwayFromTerminalAndJson) {
+    const TemporaryFolder folder;
+    const std::string name = folder.file("a\033[31m\xC2\x9B\xFF\n\xC3\xA9.png");
+    EXPECT_EQ(runTool({"detect", name}).err,
+              "skylevel: " + folder.file("a\\x1B[31m\\xC2\\x9B\\xFF\\x0A\xC3\xA9.png: No such file or directory\n"));
+    const ToolRun run = runTool({"detect", "--json", name});
+    ASSERT_EQ(objectsOf(run).size(), 1U);
+    EXPECT_EQ(objectsOf(run)[0]["file"], folder.file("a\033[31m\xC2\x9B\xEF\xBF\xBD\n\xC3\xA9.png"));
+    // The argument parser takes brackets for a list.
+    EXPECT_EQ(runTool({"detect", "[a,b]"}).err, "skylevel: ./[a,b]: No such file or directory\n");
+}
+
+TEST(Detect, HonoursAllOrientations) {
+    const TemporaryFolder folder;
+    const skylevel::Picture upright = tallScene(400, 800, 740.0, 770.0);
+    const double angle = std::atan2(30.0, 400.0) * 180.0 / 3.141592653589793;
+    for (unsigned exif = 1; exif <= 8; ++exif) {
+        const skylevel::Picture stored = storedFor(upright, exif);
+        const skylevel::Bytes rows(stored.row(0), stored.row(0) + stored.rowBytes() * stored.height);
+        writeBytes(
+            folder.file("p"),
+            makePng(
+                {stored.width, stored.height, PNG_COLOR_TYPE_RGB, 8, false, rows, {}, exifBlock(exif), exif % 2 == 0}));
+        writeBytes(folder.file("j"), withExif(makeJpeg(stored, JpegKind::baseline), exifBlock(exif, false)));
+        const std::vector<Json> objects = objectsOf(runTool({"detect", "--json", folder.file("p"), folder.file("j")}));
+        ASSERT_EQ(objects.size(), 2U);
+        for (const Json& object : objects) {
+            SCOPED_TRACE(object.dump());
+            EXPECT_EQ(object["verdict"], "top edge");
+            EXPECT_NEAR(object["angle"], angle, 0.25);
+            EXPECT_EQ(object["width"], 400);
+            EXPECT_EQ(object["height"], 800);
+            // Turned by a quarter, the scene is squeezed to twice its width and half its height.
+            const double squeezed = std::atan2(30.0 / 4, 400.0) * 180.0 / 3.141592653589793;
+            EXPECT_NEAR(object["decisionAngle"], exif < 5 ? angle : squeezed, 0.15);
+            EXPECT_EQ(object["decisionAngle"] == object["angle"], exif < 5);
+        }
+    }
+    // Told otherwise, the file's own orientation does not count.
+    const Json forced = objectsOf(runTool({"detect", "--json", "--orientation", "0", folder.file("p")})).at(0);
+    EXPECT_EQ(forced["width"], 800);
+    EXPECT_EQ(forced["turn"], 0);
+}
+
+TEST(Detect, ShowsTheLogOnRequestOnly) {
+    const std::string sea = bundled("sea-breaker.jpg");
+    EXPECT_EQ(runTool({"detect", sea}).err, "");
+    const ToolRun run = runTool({"detect", "--log", sea});
+    EXPECT_NE(run.err.find("TILT_CORRECTION: smallWidth is: 1600, smallHeight is: 898, imageAngle is: 0\n"),
+              std::string::npos);
+    EXPECT_EQ(linesOf(run.out).size(), 1U);
+}
+
+}  // namespace

@@ -1,0 +1,83 @@
+#include "tests/tools/tool_process.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <fstream>
+#include <iterator>
+#include <sstream>
+
+namespace {
+
+void acceptAll(std::span<const unsigned char> /*start*/) {}
+
+std::string textOf(const std::string& file) {
+    const skylevel::Bytes bytes = bytesOf(file);
+    return {bytes.begin(), bytes.end()};
+}
+
+}  // namespace
+
+ToolRun runTool(const std::vector<std::string>& arguments, const std::string& standardInput,
+                const std::string& standardOutput) {
+    const TemporaryFolder folder;
+    const std::string out = standardOutput.empty() ? folder.file("out") : standardOutput;
+    const std::string err = folder.file("err");
+    std::vector<std::string> words = {SKYLEVEL_TOOL_FILE};
+    words.insert(words.end(), arguments.begin(), arguments.end());
+    std::vector<char*> pointers(words.size() + 1);
+    std::transform(words.begin(), words.end(), pointers.begin(), [](std::string& word) { return word.data(); });
+
+    posix_spawn_file_actions_t files;
+    posix_spawn_file_actions_init(&files);
+    posix_spawn_file_actions_addopen(&files, STDIN_FILENO, standardInput.c_str(), O_RDONLY, 0);
+    posix_spawn_file_actions_addopen(&files, STDOUT_FILENO, out.c_str(), O_WRONLY | O_CREAT, 0600);
+    posix_spawn_file_actions_addopen(&files, STDERR_FILENO, err.c_str(), O_WRONLY | O_CREAT, 0600);
+    pid_t child = -1;
+    const int failed = posix_spawn(&child, SKYLEVEL_TOOL_FILE, &files, nullptr, pointers.data(), environ);
+    posix_spawn_file_actions_destroy(&files);
+    ToolRun run;
+    int state = 0;
+    if (failed != 0 || waitpid(child, &state, 0) != child) return run;
+    if (WIFEXITED(state)) run.status = WEXITSTATUS(state);
+    if (standardOutput.empty()) run.out = textOf(out);
+    run.err = textOf(err);
+    return run;
+}
+
+std::string bundled(const std::string& name) { return SKYLEVEL_PHOTOS + name; }
+
+std::vector<std::string> linesOf(const std::string& text) {
+    std::istringstream stream(text);
+    std::vector<std::string> lines;
+    for (std::string line; std::getline(stream, line);) lines.push_back(line);
+    return lines;
+}
+
+skylevel::Bytes bytesOf(const std::string& file) { return skylevel::readFile(file, acceptAll); }
+
+void writeBytes(const std::string& file, const skylevel::Bytes& bytes) {
+    std::ofstream(file, std::ios::binary)
+        .write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+}
+
+TemporaryFolder::TemporaryFolder() {
+    std::string pattern = testing::TempDir() + "skylevel-XXXXXX";
+    if (mkdtemp(pattern.data()) != nullptr) path = pattern;
+}
+
+TemporaryFolder::~TemporaryFolder() {
+    std::error_code ignored;
+    std::filesystem::remove_all(path, ignored);
+}
+
+std::vector<std::string> TemporaryFolder::names() const {
+    std::vector<std::string> result;
+    for (const auto& entry : std::filesystem::directory_iterator(path)) result.push_back(entry.path().filename());
+    std::sort(result.begin(), result.end());
+    return result;
+}

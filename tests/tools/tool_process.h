@@ -1,0 +1,40 @@
+// The tool run as a process, and files for it.
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "tools/files.h"
+
+struct ToolRun {
+    int status = -1;  // of the exit; -1 when the process did not end by itself
+    std::string out;
+    std::string err;
+};
+
+ToolRun runTool(const std::vector<std::string>& arguments, const std::string& standardInput = "/dev/null",
+                const std::string& standardOutput = "");
+
+// A photo that comes with the tests.
+std::string bundled(const std::string& name);
+
+std::vector<std::string> linesOf(const std::string& text);
+skylevel::Bytes bytesOf(const std::string& file);
+void writeBytes(const std::string& file, const skylevel::Bytes& bytes);
+
+// An empty folder that goes with the object.
+class TemporaryFolder {
+public:
+    TemporaryFolder();
+    TemporaryFolder(const TemporaryFolder&) = delete;
+    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+    ~TemporaryFolder();
+
+    std::string file(const std::string& name) const { return (path / name).string(); }
+    // Sorted names of what it holds.
+    std::vector<std::string> names() const;
+
+private:
+    std::filesystem::path path;
+};
