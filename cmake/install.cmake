@@ -40,7 +40,10 @@ if(ANDROID)
     return()
 endif()
 
-set_target_properties(skylevel PROPERTIES INSTALL_RPATH $ORIGIN)
+# In the system's own folders the loader looks anyway.
+if(NOT CMAKE_INSTALL_PREFIX STREQUAL /usr)
+    set_target_properties(skylevel PROPERTIES INSTALL_RPATH $ORIGIN)
+endif()
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/platform/host/android DESTINATION ${log_headers} COMPONENT dev)
 file(RELATIVE_PATH prefix_from_pc /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
 foreach(name IN ITEMS skylevel skylevel-log)
@@ -53,10 +56,21 @@ foreach(name IN ITEMS skylevel skylevel-log)
 endforeach()
 
 if(SKYLEVEL_TOOL)
-    file(RELATIVE_PATH libraries_from_tool /${CMAKE_INSTALL_BINDIR} /${CMAKE_INSTALL_LIBDIR})
-    set_target_properties(skylevel_tool PROPERTIES INSTALL_RPATH $ORIGIN/${libraries_from_tool})
+    if(NOT CMAKE_INSTALL_PREFIX STREQUAL /usr)
+        file(RELATIVE_PATH libraries_from_tool /${CMAKE_INSTALL_BINDIR} /${CMAKE_INSTALL_LIBDIR})
+        set_target_properties(skylevel_tool PROPERTIES INSTALL_RPATH $ORIGIN/${libraries_from_tool})
+    endif()
     install(TARGETS skylevel_tool COMPONENT tool)
-    install(FILES ${PROJECT_SOURCE_DIR}/tools/skylevel.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tool)
+    set(manual ${PROJECT_SOURCE_DIR}/tools/skylevel.1)
+    set(packed_manual ${CMAKE_CURRENT_BINARY_DIR}/skylevel.1.gz)
+    add_custom_command(
+        OUTPUT ${packed_manual}
+        COMMAND gzip -9 -n -c ${manual} > ${packed_manual}
+        DEPENDS ${manual}
+        VERBATIM
+    )
+    add_custom_target(skylevel_manual ALL DEPENDS ${packed_manual})
+    install(FILES ${packed_manual} DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tool)
     install(
         FILES ${PROJECT_SOURCE_DIR}/tools/completions/skylevel
         DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
@@ -67,4 +81,8 @@ if(SKYLEVEL_TOOL)
         DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions
         COMPONENT tool
     )
+endif()
+
+if(PROJECT_IS_TOP_LEVEL)
+    include(cmake/packages.cmake)
 endif()
