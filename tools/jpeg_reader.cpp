@@ -81,9 +81,9 @@ void JpegDecoder::onProgress(j_common_ptr common) {
 bool JpegDecoder::endedEarly() const {
     // Huffman data ran into the end of the image. At the end of the file libjpeg puts one there.
     if (errors.msg_code == JWRN_HIT_MARKER) return info.unread_marker == JPEG_EOI;
-    // The arithmetic decoder takes the end for zeros, and the end can fall between two scans. Elsewhere the
-    // data can be complete, with just the end marker missing.
-    return errors.msg_code == JWRN_JPEG_EOF && (info.arith_code || multipleScans);
+    // The arithmetic decoder takes the end for zeros. Elsewhere the data can be complete, with just the end
+    // marker missing.
+    return errors.msg_code == JWRN_JPEG_EOF && info.arith_code;
 }
 
 void JpegDecoder::onMessage(j_common_ptr common, int level) {

@@ -90,6 +90,12 @@ TEST(Readers, TakeTheLumaPlaneOfAJpegAsItIsStored) {
     EXPECT_TRUE(photo.warnings.empty());
 }
 
+TEST(Readers, TurnInksIntoLight) {
+    const Photo flower = decode(bytesOf(bundled("odd-cmyk-flower.jpg")));
+    const unsigned char* petal = flower.picture.row(150) + std::ptrdiff_t{90} * 3;
+    EXPECT_EQ(Bytes(petal, petal + 3), (Bytes{181, 178, 241})) << "the file holds its inks inverted";
+}
+
 TEST(Readers, KeepTheRowsOfATruncatedJpeg) {
     const skylevel::Picture noise = noisyPicture(64, 100);
     for (const JpegKind kind : {JpegKind::baseline, JpegKind::progressive}) {
