@@ -23,9 +23,13 @@
 #include <stdbool.h>
 #endif
 
+/// Grows when programs have to be built anew or changed.
 #define SKYLEVEL_VERSION_MAJOR 2
+/// Grows with new declarations.
 #define SKYLEVEL_VERSION_MINOR 0
+/// Grows with corrections.
 #define SKYLEVEL_VERSION_PATCH 0
+/// The three of them.
 #define SKYLEVEL_VERSION_STRING "2.0.0"
 
 /// Marks what libskylevel.so exports; everything else in it is hidden.
@@ -64,10 +68,10 @@ SKYLEVEL_API int TiltCorrectionProcess(unsigned char* pImage, int width, int hei
 
 /// A crop rectangle in pixel indices; all four bounds are inclusive.
 struct _Rect {
-    int left;
-    int right;
-    int top;
-    int bottom;
+    int left;    ///< first column
+    int right;   ///< last column
+    int top;     ///< first row
+    int bottom;  ///< last row
 };
 static_assert(sizeof(_Rect) == 4 * sizeof(int));
 
@@ -174,13 +178,16 @@ public:
     /// returns 0 always
     int downsampleWithAngle(unsigned char* src, int width, int height, int stride, int imageAngle, unsigned char* dst,
                             int smallWidth, int smallHeight);
-    /// The four turns of downsampleWithAngle by themselves, without its same-size copy.
+    /// downsampleWithAngle at 0 degrees by itself, without the copy at the same size.
     void downsample0(unsigned char* src, int width, int height, int stride, unsigned char* dst, int smallWidth,
                      int smallHeight);
+    /// downsampleWithAngle at 90 degrees by itself.
     void downsample90(unsigned char* src, int width, int height, int stride, unsigned char* dst, int smallWidth,
                       int smallHeight);
+    /// downsampleWithAngle at 180 degrees by itself.
     void downsample180(unsigned char* src, int width, int height, int stride, unsigned char* dst, int smallWidth,
                        int smallHeight);
+    /// downsampleWithAngle at 270 degrees by itself.
     void downsample270(unsigned char* src, int width, int height, int stride, unsigned char* dst, int smallWidth,
                        int smallHeight);
 

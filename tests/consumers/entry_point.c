@@ -4,6 +4,7 @@
 
 #include "picture.h"
 
+/*! [ask] */
 int main(void) {
     static unsigned char picture[pictureSize * pictureSize];
     paintHorizon(picture);
@@ -12,3 +13,4 @@ int main(void) {
     printf("status %d, %s\n", status, hasHorizon ? "a horizon" : "no horizon");
     return status == 0 && hasHorizon ? 0 : 1;
 }
+/*! [ask] */
