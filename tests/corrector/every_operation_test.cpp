@@ -1,0 +1,106 @@
+// What all operations have in common: refusals, and memory.
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <functional>
+#include <memory>
+#include <new>
+
+#include "skylevel/analysis.h"
+#include "tests/support/array_new.h"
+#include "tests/support/log_capture.h"
+#include "tests/support/scenes.h"
+
+namespace {
+
+TEST(EveryOperation, RefusesNullPlanesAndBadSizes) {
+    const LogCapture log;
+    const Bytes out(64);
+    unsigned char* const p = out.data();
+    const auto f = [](unsigned char* bytes) { return reinterpret_cast<float*>(bytes); };
+    TiltCorrection t(nullptr, 0, 0, 0);
+    HorizonFitParams fit = {0.25, 0.9, 16.0};
+    HoughParams hough = {1.0f, 0.0174f, 1.0f, 1.0f, 1.0f};
+    _Line* lines = nullptr;
+    unsigned char* image = nullptr;
+    int n = -5;
+    double value = -7.0;
+    using B = unsigned char*;
+    const struct {
+        std::function<int(B, B, int, int)> call;
+        const char* line = nullptr;  // logged before the refusal
+    } operations[] = {
+        {[&](B a, B b, int w, int h) { return t.RGB2Gray(a, b, w, h); }, "D Enter RGB2Gray successful!"},
+        {[&](B a, B b, int w, int h) { return t.RGB2SmallGray(a, b, w, h, 8); }},
+        {[&](B a, B b, int w, int h) { return t.DownsampleGray(a, b, w, h, INT_MAX, 1); }},
+        {[&](B a, B b, int w, int h) { return t.bicubic8(a, b, w, h); }, "D Enter bicubic8 successful!"},
+        {[&](B a, B b, int w, int h) { return SmoothGradient(a, w, h, 1.0f, f(b), f(p)); }},
+        {[&](B a, B b, int w, int h) { return SmoothGradient(a, w, h, 1.0f, f(p), f(b)); }},
+        {[&](B a, B b, int w, int h) { return GradMagnitude(f(a), f(b), w, h, f(p)); }},
+        {[&](B a, B b, int w, int h) { return GradMagnitude(f(a), f(p), w, h, f(b)); }},
+        {[&](B a, B b, int w, int h) { return Canny(a, w, h, 1.0f, 0.4f, 0.7f, b); }},
+        {[&](B a, B b, int w, int h) { return thinAndThrehold(a, f(b), f(p), f(p), w, h, 1.0f, 1.0f); }},
+        {[&](B a, B b, int w, int h) { return thinAndThrehold(p, f(p), f(a), f(b), w, h, 1.0f, 1.0f); }},
+        {[&](B a, B b, int w, int h) { return t.horizonDetection(a, w, h, b ? &fit.coverageRatio : nullptr, value); },
+         "D Enter horizonDetection successful!"},
+        {[&](B a, B b, int w, int h) { return houghLine(a, w, h, b ? &hough.rho : nullptr, lines, n); }},
+        {[&](B a, B b, int w, int h) { return t.rotateImage(b ? a : nullptr, w, h, image, n, n, 10.0); }},
+    };
+    for (const auto& o : operations) {
+        SCOPED_TRACE(&o - operations);
+        EXPECT_EQ(o.call(nullptr, p, 2, 2) + o.call(p, nullptr, 2, 2), -2);
+        EXPECT_EQ(o.call(p, p, 0, 2) + o.call(p, p, 2, 0) + o.call(p, p, -1, 2) + o.call(p, p, 2, -1), -4);
+        EXPECT_EQ(o.call(p, p, 65536, 32768), -1) << "a pixel count beyond int";
+        EXPECT_EQ(log.take(), o.line == nullptr ? Lines() : Lines(7, o.line));
+    }
+    EXPECT_EQ(t.DownsampleGray(p, p, 10, 1, 9, 4) + t.DownsampleGray(p, p, 1, 1, 1, 0), -2);
+    EXPECT_EQ(t.RGB2SmallGray(p, p, 1, 1, 0) + t.RGB2SmallGray(p, p, 1, 1, -8), -2);
+    EXPECT_EQ(log.take(), Lines());
+    EXPECT_EQ(t.RGB2SmallGray(p, p, 1, 1, 4), -2);
+    EXPECT_EQ(log.take(), Lines({"D Enter RGB2SmallGray successful!"}));
+    EXPECT_TRUE(out.untouched() && lines == nullptr && image == nullptr && n == -5 && value == -7.0);
+
+    TiltCorrection huge(p, 262144, 131072, 262144);  // 2^31 pixels even when reduced
+    EXPECT_EQ(huge.detectHorizon(0), -4);
+    EXPECT_EQ(log.take().back(), "D TiltCorrection: downsample error\n");
+}
+
+TEST(EveryOperation, LeaksNothingWhenAnAllocationFails) {
+    const LogCapture log;
+    const Picture scene = Scene{60, 1, 9, 8}.picture(320, 120, 320);
+    const Bytes map(160 * 120), small(40 * 15);
+    TiltCorrection gray(scene.pixels.data(), 320, 120, 320);
+    TiltCorrection rgb(scene.pixels.data(), 100, 120, 0);
+    const std::function<void()> calls[] = {
+        [&] { gray.detectHorizon(0); },
+        [&] { gray.RGB2SmallGray(scene.pixels.data(), small.data(), 100, 120, 8); },
+        [&] { rgb.autoCorrection(), rgb.manuCorrection(10.0), rgb.autoCorrection(); },
+        [&] {
+            // Every pixel is an edge and a segment: both lists outgrow their first size.
+            std::fill(map.begin(), map.end(), 255);
+            HoughParams params = {1.0f, 0.5f, 1.0f, 0.0f, 0.0f};
+            _Line* lines = nullptr;
+            int count = 0;
+            const auto release = [](_Line** list) { delete[] * list; };
+            const std::unique_ptr<_Line*, decltype(release)> owner(&lines, release);
+            houghLine(map.data(), 160, 120, &params.rho, lines, count);
+        },
+    };
+    for (const auto& call : calls) {
+        const int before = liveArrays();
+        int allowed = 0;
+        for (bool failed = true; failed; ++allowed) {
+            failArrayNewAfter(allowed);
+            try {
+                call();
+                failed = false;
+            } catch (const std::bad_alloc&) {
+            }
+            failArrayNewAfter(-1);
+            EXPECT_EQ(liveArrays(), before) << "after " << allowed;
+        }
+        EXPECT_GT(allowed, 2) << "nothing was made to fail";
+    }
+}
+
+}  // namespace
