@@ -95,17 +95,21 @@ TEST(Decision, EndsEachWay) {
         const Picture picture = c.scene.picture(c.width, c.height, c.width);
         EXPECT_NEAR(decided(picture, c.imageAngle, c.threshold, c.status), c.angle, 0.5);
         log.take();
-        TiltCorrection stages(nullptr, 0, 0, 0);
+        TiltCorrection corrector(picture.pixels.data(), c.width, c.height, c.width);
+        corrector.setRotAngleThresh(c.threshold);
+        corrector.detectHorizon(c.imageAngle);
+        std::uint64_t hash = 0;
+        for (const std::string& line : log.take()) hash = fnv1a(line, hash);
+        EXPECT_EQ(hash, c.hash);
+#ifndef SKYLEVEL_PUBLIC_ONLY
         skylevel::HorizonEvidence evidence;
         double angle = 77.0;
-        EXPECT_EQ(skylevel::decideHorizon(stages, {picture.pixels.data(), c.width, c.height, c.width}, c.imageAngle,
+        EXPECT_EQ(skylevel::decideHorizon(corrector, {picture.pixels.data(), c.width, c.height, c.width}, c.imageAngle,
                                           c.threshold, angle, &evidence),
                   c.status);
         EXPECT_NEAR(angle, c.angle, 0.5);
         EXPECT_EQ(evidence.verdict, c.verdict);
-        std::uint64_t hash = 0;
-        for (const std::string& line : log.take()) hash = fnv1a(line, hash);
-        EXPECT_EQ(hash, c.hash);
+#endif
     }
 }
 
