@@ -78,8 +78,8 @@ TEST(Corrector, ReportsTheCropOnlyWithinTheImage) {
                  {{5, 4, 0, 5}, -1, -1}, {{0, 5, 1, 8}, -1, 0},
                  {{0, 5, 0, 8}, -1, -1}, {{0, 5, 3, 3}, -1, 0},
                  {{0, 5, 4, 3}, -1, -1}, {{INT_MIN, INT_MAX, 0, 1}, -1, -1}};
-    unsigned char pixel = 0;
-    TiltCorrection corrector(&pixel, 10, 8, 10);
+    const Picture rgb = noise(30, 8, 30, 5);
+    TiltCorrection corrector(rgb.pixels.data(), 10, 8, 10);
     for (const auto& [rect, location, size] : cases) {
         SCOPED_TRACE(testing::Message() << rect.left << " " << rect.right << " " << rect.top << " " << rect.bottom);
         std::memcpy(reinterpret_cast<char*>(&corrector) + offsetof(Fields, crop), &rect, sizeof(rect));
@@ -91,6 +91,10 @@ TEST(Corrector, ReportsTheCropOnlyWithinTheImage) {
         EXPECT_EQ(corrector.getCropImageSize(width, height), size);
         EXPECT_EQ(width, size == 0 ? rect.right - rect.left + 1 : 90);
         EXPECT_EQ(height, size == 0 ? rect.bottom - rect.top + 1 : 91);
+        const bool outside = rect.left < 0 || rect.right >= 10 || rect.top < 0 || rect.bottom >= 8;
+        const Bytes out(240);
+        EXPECT_EQ(corrector.crop(out.data()), outside ? -2 : 0);
+        EXPECT_EQ(out.untouched(), outside || rect.right < rect.left || rect.bottom < rect.top);
     }
 }
 

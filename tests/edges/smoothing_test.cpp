@@ -56,12 +56,15 @@ Plane pass(const Plane& in, int width, int height, Plane taps, bool down) {
 }
 
 TEST(Smoothing, HasItsTapsAroundTheCentre) {
-    const std::pair<float, std::size_t> sizes[] = {{1e-30f, 8}, {0.5f, 8},  {1.0f, 8},    {1.01f, 16},
-                                                   {2.0f, 16},  {2.5f, 24}, {100.0f, 800}};
-    for (const auto& [sigma, size] : sizes) EXPECT_EQ(gaussTaps(sigma).size(), size) << sigma;
+    const std::pair<float, std::size_t> sizes[] = {{0.3f, 8},  {1.0f, 8},  {1.01f, 16},
+                                                   {2.0f, 16}, {2.5f, 24}, {100.0f, 800}};
+    for (const auto& [sigma, size] : sizes) {
+        const Plane taps = gaussTaps(sigma);
+        EXPECT_EQ(taps.size(), size) << sigma;
+        EXPECT_NEAR(std::accumulate(taps.begin(), taps.end(), 0.0), 1.0, 1e-5) << sigma;
+    }
     const Plane gauss = gaussTaps(sqrt2);
     ASSERT_EQ(gauss.size(), 16u);
-    EXPECT_NEAR(std::accumulate(gauss.begin(), gauss.end(), 0.0), 1.0, 1e-6);
     const Plane derivative = derivativeTaps(gauss);
     const std::pair<float, float> known[] = {
         {gauss[7], 0.282095f},     {gauss[6], 0.219696f},      {gauss[8], 0.219696f},      {gauss[0], 1.34985e-06f},

@@ -83,13 +83,17 @@ TEST_F(TopEdge, JudgesTheProfile) {
 TEST_F(Mean, IsTakenInBlocks) {
     const int block = 8388608;
     std::vector<unsigned char> values(2 * block, 0);
-    std::fill_n(values.begin() + block, block, 255);
+    std::fill_n(values.begin(), block, 255);
     const struct {
         int start, count;
         double mean;
-    } cases[] = {
-        {block, 1, 255.0},         {0, 1000, 0.0},        {block - 900, 1000, 25.5},          {block, block, 255.0},
-        {1, block, 255.0 / block}, {0, 2 * block, 127.5}, {0, block + 1, 255.0 / (block + 1)}};
+    } cases[] = {{0, 1, 255.0},
+                 {block, 1000, 0.0},
+                 {block - 100, 1000, 25.5},
+                 {block - 1, block, 255.0 / block},
+                 {0, block, 255.0},
+                 {0, 2 * block, 127.5},
+                 {0, block + 1, 255.0 * block / (block + 1)}};
     double mean = -1.0;
     EXPECT_EQ(
         corrector.mean(nullptr, 1, mean) + corrector.mean(&values[0], 0, mean) + corrector.mean(&values[0], -1, mean),
