@@ -3,13 +3,12 @@
 namespace skylevel {
 namespace {
 
-constexpr std::uint16_t orientationTag = 0x0112;
 constexpr std::size_t headerBytes = 8;
 constexpr std::size_t entryBytes = 12;
 constexpr std::size_t inlineValueBytes = 4;
 
 // Bytes of one value of a TIFF type; 0 for a type that does not exist.
-std::size_t valueBytes(std::uint16_t type) {
+std::size_t bytesOfType(std::uint16_t type) {
     constexpr std::size_t sizes[] = {0, 1, 1, 2, 4, 8, 1, 1, 2, 4, 8, 4, 8};
     return type < std::size(sizes) ? sizes[type] : 0;
 }
@@ -39,43 +38,72 @@ std::optional<std::size_t> ExifBlock::firstDirectory() const {
     return read32(4);
 }
 
-std::optional<ExifEntry> ExifBlock::find(std::size_t directory, std::uint16_t tag) const {
+std::optional<std::size_t> ExifBlock::entryCount(std::size_t directory) const {
     if (!contains(directory, 2)) return {};
     const std::size_t count = read16(directory);
     if (!contains(directory + 2, count * entryBytes)) return {};
+    return count;
+}
+
+std::optional<ExifEntry> ExifBlock::entryAt(std::size_t position) const {
+    ExifEntry entry{read16(position), read16(position + 2), read32(position + 4), position, position + 8};
+    // At most 8 x (2^32 - 1): no overflow in 64 bits.
+    const std::uint64_t byteCount = std::uint64_t{bytesOfType(entry.type)} * entry.count;
+    if (byteCount > block.size()) return {};
+    entry.valueBytes = static_cast<std::size_t>(byteCount);
+    if (byteCount > inlineValueBytes) entry.valuePosition = read32(position + 8);
+    if (!contains(entry.valuePosition, entry.valueBytes)) return {};
+    return entry;
+}
+
+std::optional<ExifEntry> ExifBlock::find(std::size_t directory, std::uint16_t tag) const {
+    const std::size_t count = entryCount(directory).value_or(0);
     for (std::size_t i = 0; i < count; ++i) {
         const std::size_t position = directory + 2 + i * entryBytes;
-        if (read16(position) != tag) continue;
-        ExifEntry entry{tag, read16(position + 2), read32(position + 4), position, position + 8};
-        // At most 8 x (2^32 - 1): no overflow in 64 bits.
-        const std::uint64_t byteCount = std::uint64_t{valueBytes(entry.type)} * entry.count;
-        if (byteCount > block.size()) return {};
-        if (byteCount > inlineValueBytes) entry.valuePosition = read32(position + 8);
-        if (!contains(entry.valuePosition, static_cast<std::size_t>(byteCount))) return {};
-        return entry;
+        if (read16(position) == tag) return entryAt(position);
     }
     return {};
 }
 
-std::optional<std::uint32_t> ExifBlock::unsignedValue(const ExifEntry& entry) const {
-    if (entry.count == 0) return {};
+std::vector<ExifEntry> ExifBlock::entries(std::size_t directory) const {
+    std::vector<ExifEntry> result;
+    const std::size_t count = entryCount(directory).value_or(0);
+    for (std::size_t i = 0; i < count; ++i)
+        if (const auto entry = entryAt(directory + 2 + i * entryBytes)) result.push_back(*entry);
+    return result;
+}
+
+std::optional<std::uint32_t> ExifBlock::unsignedValue(const ExifEntry& entry, std::size_t index) const {
+    if (index >= entry.count) return {};
     switch (entry.type) {
         case 1:
-            return block[entry.valuePosition];
+            return block[entry.valuePosition + index];
         case 3:
-            return read16(entry.valuePosition);
+            return read16(entry.valuePosition + 2 * index);
         case 4:
-            return read32(entry.valuePosition);
+            return read32(entry.valuePosition + 4 * index);
         default:
             return {};
     }
+}
+
+std::optional<std::size_t> ExifBlock::linkPosition(std::size_t directory) const {
+    const auto count = entryCount(directory);
+    if (!count || !contains(directory + 2 + *count * entryBytes, 4)) return {};
+    return directory + 2 + *count * entryBytes;
+}
+
+std::optional<std::size_t> ExifBlock::linkedDirectory(std::size_t linkPosition) const {
+    const std::size_t directory = read32(linkPosition);
+    if (directory == 0) return {};
+    return directory;
 }
 
 unsigned exifOrientation(std::span<const unsigned char> block) {
     const ExifBlock exif(block);
     const auto directory = exif.firstDirectory();
     if (!directory) return 1;
-    const auto entry = exif.find(*directory, orientationTag);
+    const auto entry = exif.find(*directory, exifTag::orientation);
     if (!entry) return 1;
     const auto value = exif.unsignedValue(*entry);
     return value && *value >= 1 && *value <= 8 ? *value : 1;
