@@ -8,20 +8,19 @@
 #include <cstddef>
 #include <cstdio>
 #include <cstring>
-#include <iterator>
 
 #include <jpeglib.h>
 // jerror.h needs jpeglib.h before it.
 #include <jerror.h>
 
 #include "tools/exif.h"
+#include "tools/jpeg_segments.h"
 #include "tools/photo.h"
 
 namespace skylevel {
 namespace {
 
 constexpr unsigned exifMarker = JPEG_APP0 + 1;
-constexpr unsigned char exifHeader[] = {'E', 'x', 'i', 'f', 0, 0};
 
 // Real progressive files have about ten scans. Each can cost as much time as the whole picture and a few
 // bytes of file.
@@ -132,9 +131,22 @@ bool JpegDecoder::readRows(unsigned char* pixels) {
 
 bool hasLumaPlane(J_COLOR_SPACE stored) { return stored == JCS_YCbCr || stored == JCS_GRAYSCALE; }
 
+bool isInInks(J_COLOR_SPACE stored) { return stored == JCS_CMYK || stored == JCS_YCCK; }
+
 J_COLOR_SPACE decodedSpace(J_COLOR_SPACE stored, PixelWish wish) {
-    if (stored == JCS_CMYK || stored == JCS_YCCK) return JCS_CMYK;
-    return wish == PixelWish::luma && hasLumaPlane(stored) ? JCS_GRAYSCALE : JCS_RGB;
+    if (isInInks(stored)) return JCS_CMYK;
+    if (wish == PixelWish::luma && hasLumaPlane(stored)) return JCS_GRAYSCALE;
+    return wish == PixelWish::stored && stored == JCS_GRAYSCALE ? JCS_GRAYSCALE : JCS_RGB;
+}
+
+JpegCoding codingOf(const jpeg_decompress_struct& info) {
+    JpegCoding coding;
+    if (info.jpeg_color_space == JCS_RGB) coding.colours = JpegCoding::Colours::rgb;
+    if (isInInks(info.jpeg_color_space)) coding.colours = JpegCoding::Colours::inks;
+    coding.progressive = info.progressive_mode != 0;
+    for (std::size_t i = 0; i < coding.sampling.size() && static_cast<int>(i) < info.num_components; ++i)
+        coding.sampling[i] = {info.comp_info[i].h_samp_factor, info.comp_info[i].v_samp_factor};
+    return coding;
 }
 
 // Packs four inks a pixel into red, green and blue, in place. Adobe's files hold them inverted: 255 is no ink.
@@ -154,9 +166,8 @@ void convertFromInks(Picture& picture, bool inverted) {
 unsigned findOrientation(const jpeg_decompress_struct& info) {
     for (const jpeg_marker_struct* marker = info.marker_list; marker != nullptr; marker = marker->next) {
         const std::span<const unsigned char> data(marker->data, marker->data_length);
-        if (marker->marker != exifMarker || data.size() < std::size(exifHeader)) continue;
-        if (!std::equal(std::begin(exifHeader), std::end(exifHeader), data.begin())) continue;
-        return exifOrientation(data.subspan(std::size(exifHeader)));
+        if (marker->marker == exifMarker && startsWith(data, exifHeader))
+            return exifOrientation(data.subspan(exifHeader.size()));
     }
     return 1;
 }
@@ -172,6 +183,7 @@ Photo decodeJpeg(std::span<const unsigned char> bytes, PixelWish wish, std::int6
     Photo photo;
     photo.format = PhotoFormat::jpeg;
     photo.orientation = orientationFromExif(findOrientation(info));
+    photo.jpegCoding = codingOf(info);
     if (!decoder.start(decodedSpace(info.jpeg_color_space, wish))) throw FileError(decoder.message());
     photo.picture =
         makePicture(static_cast<int>(info.output_width), static_cast<int>(info.output_height), info.output_components);
@@ -183,6 +195,7 @@ Photo decodeJpeg(std::span<const unsigned char> bytes, PixelWish wish, std::int6
         photo.warnings.push_back("truncated: " + std::to_string(rows) + " of " + std::to_string(photo.picture.height) +
                                  " rows read");
         photo.picture.height = rows;
+        photo.complete = false;
     } else if (*decoder.warning() != '\0') {
         photo.warnings.emplace_back(decoder.warning());
     }

@@ -33,9 +33,7 @@ Picture uprightCopy(const Photo& photo) {
     const double scale = longest > longestSide ? static_cast<double>(longestSide) / longest
                                                : static_cast<double>(std::max(usualSide / longest, 1));
     const auto scaled = [&](int side) { return std::max(static_cast<int>(std::lround(side * scale)), 1); };
-    Picture copy = resized(stored, scaled(stored.width), scaled(stored.height));
-    if (photo.orientation.mirrored) mirror(copy);
-    return turned(copy, photo.orientation.turn);
+    return madeUpright(resized(stored, scaled(stored.width), scaled(stored.height)), photo.orientation);
 }
 
 // From the plane of the decision to the canvas, each axis by itself.

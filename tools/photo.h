@@ -1,6 +1,7 @@
 // Photos: from the bytes of a file to pixels.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -14,14 +15,32 @@ enum class PhotoFormat { jpeg, png };
 
 // What the pixels of a decoded photo should be.
 enum class PixelWish {
-    luma,  // the file's own gray or luma plane; red, green and blue where it has none
-    rgb    // always red, green and blue
+    luma,   // the file's own gray or luma plane; red, green and blue where it has none
+    rgb,    // always red, green and blue
+    stored  // gray or red, green and blue as in the file, alpha with them
+};
+
+// How a JPEG file holds its pixels, so that another can be written like it.
+struct JpegCoding {
+    struct Sampling {
+        int horizontal = 1;
+        int vertical = 1;
+    };
+
+    enum class Colours { luma, rgb, inks };  // luma: gray, or with chroma
+
+    Colours colours = Colours::luma;
+    bool progressive = false;
+    std::array<Sampling, 3> sampling;  // factors of each channel; the first only, of a gray file
 };
 
 struct Photo {
     PhotoFormat format = PhotoFormat::jpeg;
     Picture picture;          // as stored
     Orientation orientation;  // what makes it upright
+    bool complete = true;     // false when rows are missing at the lower end
+    int bitDepth = 8;         // of a channel in the file
+    JpegCoding jpegCoding;    // of a JPEG file
     std::vector<std::string> warnings;
 };
 

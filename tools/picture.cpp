@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <utility>
 
 namespace skylevel {
 namespace {
@@ -61,6 +62,11 @@ Picture turned(const Picture& picture, int turn) {
         }
     }
     return result;
+}
+
+Picture madeUpright(Picture picture, const Orientation& orientation) {
+    if (orientation.mirrored) mirror(picture);
+    return orientation.turn == 0 ? std::move(picture) : turned(picture, orientation.turn);
 }
 
 Picture resized(const Picture& picture, int width, int height) {

@@ -6,7 +6,7 @@
 
 namespace skylevel {
 
-// Packed 8-bit rows of 1 (gray) or 3 (red, green, blue) bytes a pixel.
+// Packed 8-bit rows of 1 (gray) or 3 (red, green, blue) bytes a pixel; 2 and 4 are these with alpha after them.
 struct Picture {
     int width = 0;
     int height = 0;
@@ -34,6 +34,7 @@ Orientation orientationFromExif(unsigned value);
 
 void mirror(Picture& picture);
 Picture turned(const Picture& picture, int turn);
+Picture madeUpright(Picture picture, const Orientation& orientation);
 
 // A copy of the given size; every pixel is the mean of those it covers, or the nearest one.
 Picture resized(const Picture& picture, int width, int height);

@@ -29,6 +29,7 @@ public:
     int width() const { return static_cast<int>(png_get_image_width(png, info)); }
     int height() const { return static_cast<int>(png_get_image_height(png, info)); }
     int channels() const { return png_get_channels(png, info); }
+    int bitDepth() const { return png_get_bit_depth(png, info); }
     unsigned orientation() const;
 
 private:
@@ -119,16 +120,16 @@ Photo decodePng(std::span<const unsigned char> bytes, PixelWish wish, std::int64
     PngDecoder decoder(bytes);
     if (!decoder.readHeader()) throw FileError(decoder.message());
     checkSize(decoder.width(), decoder.height(), maxPixels);
-    if (!decoder.start(wish)) throw FileError(decoder.message());
-
     Photo photo;
     photo.format = PhotoFormat::png;
+    photo.bitDepth = decoder.bitDepth();
+    if (!decoder.start(wish)) throw FileError(decoder.message());
     photo.picture = makePicture(decoder.width(), decoder.height(), decoder.channels());
     if (!decoder.readRows(photo.picture.pixels.get())) throw FileError(decoder.message());
     // The pixels are complete; what follows can only add an orientation.
     if (!decoder.readTail()) photo.warnings.push_back(std::string("after the pixels: ") + decoder.message());
     photo.orientation = orientationFromExif(decoder.orientation());
-    if (photo.picture.channels % 2 == 0) removeAlpha(photo.picture);
+    if (photo.picture.channels % 2 == 0 && wish != PixelWish::stored) removeAlpha(photo.picture);
     return photo;
 }
 

@@ -9,6 +9,10 @@
 namespace skylevel {
 namespace {
 
+// By the number of channels.
+constexpr int colourTypes[] = {-1, PNG_COLOR_TYPE_GRAY, PNG_COLOR_TYPE_GRAY_ALPHA, PNG_COLOR_TYPE_RGB,
+                               PNG_COLOR_TYPE_RGB_ALPHA};
+
 // As in the readers: nothing with a destructor in a function that an error can jump out of.
 class PngEncoder {
 public:
@@ -60,8 +64,8 @@ bool PngEncoder::encode(const Picture& picture) {
     if (info == nullptr) return false;
     png_set_write_fn(png, this, onWrite, nullptr);
     png_set_IHDR(png, info, static_cast<png_uint_32>(picture.width), static_cast<png_uint_32>(picture.height), 8,
-                 picture.channels == 1 ? PNG_COLOR_TYPE_GRAY : PNG_COLOR_TYPE_RGB, PNG_INTERLACE_NONE,
-                 PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
+                 colourTypes[picture.channels], PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT,
+                 PNG_FILTER_TYPE_DEFAULT);
     png_set_compression_level(png, 3);  // a third of the usual level's time for 3 % more bytes
     png_write_info(png, info);
     for (int y = 0; y < picture.height; ++y) png_write_row(png, picture.row(y));

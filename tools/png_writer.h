@@ -5,7 +5,7 @@
 
 namespace skylevel {
 
-// A PNG file of an 8-bit gray or colour picture. Throws a FileError when libpng gives up.
+// A PNG file of a picture. Throws a FileError when libpng gives up.
 Bytes encodePng(const Picture& picture);
 
 }  // namespace skylevel

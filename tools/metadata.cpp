@@ -1,0 +1,163 @@
+#include "tools/metadata.h"
+
+#include <algorithm>
+#include <string_view>
+
+#include "tools/exif_patch.h"
+#include "tools/jpeg_segments.h"
+#include "tools/png_chunks.h"
+
+namespace skylevel {
+namespace {
+
+using namespace std::string_view_literals;
+using ByteSpan = std::span<const unsigned char>;
+
+constexpr unsigned char jfifMarker = 0xE0;
+constexpr unsigned char exifMarker = 0xE1;  // and XMP
+constexpr unsigned char multiPictureMarker = 0xE2;
+constexpr auto jfifHeader = "JFIF\0"sv;
+constexpr auto jfifExtensionHeader = "JFXX\0"sv;
+constexpr auto xmpHeader = "http://ns.adobe.com/xap/1.0/\0"sv;
+constexpr auto multiPictureHeader = "MPF\0"sv;
+constexpr auto pngXmpHeader = "XML:com.adobe.xmp\0\0"sv;  // not compressed
+constexpr std::size_t jfifBytes = 14;                     // without a thumbnail
+constexpr std::ptrdiff_t startOfImageBytes = 2;
+
+bool isUpright(const Orientation& orientation) { return !orientation.mirrored && orientation.turn == 0; }
+
+// Sets every tiff:Orientation of an XMP packet to 1. All its values are one digit long.
+void resetXmpOrientation(Bytes& packet) {
+    constexpr auto name = "tiff:Orientation"sv;
+    auto position = packet.begin();
+    while ((position = std::search(position, packet.end(), name.begin(), name.end())) != packet.end()) {
+        position += static_cast<std::ptrdiff_t>(name.size());
+        const auto value = std::find_if(position, packet.end(), [](unsigned char byte) {
+            return " \t\r\n='\">"sv.find(static_cast<char>(byte)) == std::string_view::npos;
+        });
+        if (value != packet.end() && *value >= '1' && *value <= '8') *value = '1';
+    }
+}
+
+// Copies the segments of a JPEG file one by one, as far as they hold for the new picture.
+class JpegSegmentCarrier {
+public:
+    JpegSegmentCarrier(const Photo& carriedPhoto, int newWidth, int newHeight)
+        : photo(carriedPhoto), width(newWidth), height(newHeight) {}
+
+    void carry(const JpegSegment& segment, Bytes& file) {
+        if (segment.marker == jfifMarker && startsWith(segment.data, jfifExtensionHeader)) return;
+        if (segment.marker == multiPictureMarker && startsWith(segment.data, multiPictureHeader)) return;
+        Bytes data(segment.data.begin(), segment.data.end());
+        if (segment.marker == jfifMarker && startsWith(segment.data, jfifHeader)) dropJfifThumbnail(data);
+        if (segment.marker == exifMarker && startsWith(segment.data, exifHeader)) patch(data);
+        if (segment.marker == exifMarker && startsWith(segment.data, xmpHeader) && !isUpright(photo.orientation))
+            resetXmpOrientation(data);
+        appendSegment(file, segment.marker, data);
+    }
+
+private:
+    static void dropJfifThumbnail(Bytes& data) {
+        if (data.size() <= jfifBytes) return;
+        data.resize(jfifBytes);
+        data[jfifBytes - 2] = 0;  // its width
+        data[jfifBytes - 1] = 0;  // and height
+    }
+
+    // The first EXIF is the one that was believed.
+    void patch(Bytes& data) {
+        if (patched) return;
+        patched = true;
+        Bytes block(data.begin() + exifHeader.size(), data.end());
+        patchExif(block, width, height);
+        data.resize(exifHeader.size());
+        data.insert(data.end(), block.begin(), block.end());
+    }
+
+    const Photo& photo;
+    int width;
+    int height;
+    bool patched = false;
+};
+
+CarriedFile carryJpeg(ByteSpan original, const Photo& photo, const Bytes& encoded, int width, int height) {
+    const JpegSegments segments = findSegments(original);
+    CarriedFile result;
+    result.bytes.assign(encoded.begin(), encoded.begin() + startOfImageBytes);
+    JpegSegmentCarrier carrier(photo, width, height);
+    for (const JpegSegment& segment : segments.metadata) carrier.carry(segment, result.bytes);
+    result.bytes.insert(result.bytes.end(), encoded.begin() + startOfImageBytes, encoded.end());
+
+    const bool onlyPadding =
+        std::all_of(segments.trailing.begin(), segments.trailing.end(), [](unsigned char byte) { return byte == 0; });
+    if (!onlyPadding)
+        result.warnings.push_back("not kept: " + std::to_string(segments.trailing.size()) +
+                                  " bytes behind the picture, such as further pictures or a film");
+    return result;
+}
+
+// Ancillary chunks that hold for any pixels by their own declaration (the fourth letter), or because the new pixels
+// mean the same colours.
+bool isKept(std::string_view type) {
+    constexpr std::string_view known[] = {"iCCP", "gAMA", "cHRM", "sRGB", "cICP", "mDCV", "cLLI", "tIME"};
+    const auto isLower = [](char letter) { return letter >= 'a' && letter <= 'z'; };
+    if (!isLower(type[0])) return false;
+    return isLower(type[3]) || std::find(std::begin(known), std::end(known), type) != std::end(known);
+}
+
+// Copies the chunks of a PNG file that are kept.
+class PngChunkCarrier {
+public:
+    PngChunkCarrier(const Photo& carriedPhoto, int newWidth, int newHeight)
+        : photo(carriedPhoto), width(newWidth), height(newHeight) {}
+
+    void carry(const PngChunk& chunk, Bytes& file) {
+        Bytes data(chunk.data.begin(), chunk.data.end());
+        if (chunk.type == "eXIf" && !patched) {
+            patched = true;
+            patchExif(data, width, height);
+            appendChunk(file, chunk.type, data);
+        } else if (chunk.type == "iTXt" && startsWith(chunk.data, pngXmpHeader) && !isUpright(photo.orientation)) {
+            resetXmpOrientation(data);
+            appendChunk(file, chunk.type, data);
+        } else {
+            file.insert(file.end(), chunk.whole.begin(), chunk.whole.end());
+        }
+    }
+
+private:
+    const Photo& photo;
+    int width;
+    int height;
+    bool patched = false;
+};
+
+CarriedFile carryPng(ByteSpan original, const Photo& photo, const Bytes& encoded, int width, int height) {
+    CarriedFile result;
+    Bytes before;
+    Bytes after;
+    bool pixelsPassed = false;
+    PngChunkCarrier carrier(photo, width, height);
+    for (const PngChunk& chunk : findChunks(original)) {
+        pixelsPassed = pixelsPassed || chunk.type == "IDAT";
+        if (isKept(chunk.type)) carrier.carry(chunk, pixelsPassed ? after : before);
+        if (chunk.type == "acTL") result.warnings.emplace_back("not kept: all but the first picture of an animation");
+    }
+    const std::size_t signatureBytes = 8;
+    result.bytes.assign(encoded.begin(), encoded.begin() + signatureBytes);
+    for (const PngChunk& chunk : findChunks(encoded)) {
+        if (chunk.type == "IEND") result.bytes.insert(result.bytes.end(), after.begin(), after.end());
+        result.bytes.insert(result.bytes.end(), chunk.whole.begin(), chunk.whole.end());
+        if (chunk.type == "IHDR") result.bytes.insert(result.bytes.end(), before.begin(), before.end());
+    }
+    return result;
+}
+
+}  // namespace
+
+CarriedFile carryMetadata(ByteSpan original, const Photo& photo, const Bytes& encoded, int width, int height) {
+    return photo.format == PhotoFormat::png ? carryPng(original, photo, encoded, width, height)
+                                            : carryJpeg(original, photo, encoded, width, height);
+}
+
+}  // namespace skylevel
