@@ -1,5 +1,7 @@
 #include "tools/command_line.h"
 
+#include <android/log.h>
+
 #include <CLI/CLI.hpp>
 #include <cerrno>
 #include <cstdio>
@@ -11,22 +13,28 @@
 
 #include "skylevel/skylevel.h"
 #include "tools/detect_command.h"
+#include "tools/orientation_command.h"
 #include "tools/photo.h"
 #include "tools/report.h"
+#include "tools/straighten_command.h"
 
 namespace skylevel {
 namespace {
 
-std::string version() { return "skylevel " SKYLEVEL_VERSION_STRING "\nreads: " + jpegLibrary() + ", " + pngLibrary(); }
+std::string version() {
+    return "skylevel " SKYLEVEL_VERSION_STRING "\nreads and writes: " + jpegLibrary() + ", " + pngLibrary();
+}
 
-// CLI11 takes an argument in square brackets for a list of arguments.
+// CLI11 takes an argument in square brackets for a list of arguments, and -.5 for an option.
 std::string literally(const std::string& argument) {
     const bool list = argument.size() >= 2 && argument.front() == '[' && argument.back() == ']';
+    const bool number = argument.size() >= 3 && argument.starts_with("-.") && argument[2] >= '0' && argument[2] <= '9';
+    if (number) return "-0" + argument.substr(1);
     return list ? "./" + argument : argument;
 }
 
 int refuse(const std::string& reason) {
-    std::fprintf(stderr, "skylevel: %s\nTry 'skylevel --help' or 'skylevel detect --help'.\n",
+    std::fprintf(stderr, "skylevel: %s\nTry 'skylevel --help' or 'skylevel COMMAND --help'.\n",
                  printable(reason).c_str());
     return trouble;
 }
@@ -41,15 +49,21 @@ int afterOutput(int status) {
 }  // namespace
 
 int runCommandLine(int argumentCount, char** arguments) {
-    CLI::App tool("Does a picture show a horizon, and at what angle?", "skylevel");
+    CLI::App tool("Does a picture show a horizon, and at what angle? And what does it look like, straight?",
+                  "skylevel");
     tool.set_version_flag("--version", version(), "Print the version and the formats that can be read");
     tool.require_subcommand(1);
     tool.footer("'skylevel COMMAND --help' describes a command.");
     DetectCommand detectCommand(tool);
+    StraightenCommand straightenCommand(tool);
+    OrientationCommand orientationCommand(tool);
+    __android_log_set_minimum_priority(ANDROID_LOG_SILENT);
     try {
         std::vector<std::string> reversed;  // as the parser wants it
         for (int i = argumentCount - 1; i > 0; --i) reversed.push_back(literally(arguments[i]));
         tool.parse(std::move(reversed));
+        if (straightenCommand.isWanted()) return afterOutput(straightenCommand.run());
+        if (orientationCommand.isWanted()) return afterOutput(orientationCommand.run());
         return afterOutput(detectCommand.run());
     } catch (const CLI::Success& wish) {  // help or version
         tool.exit(wish);

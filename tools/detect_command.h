@@ -28,12 +28,10 @@ private:
     CLI::App* command;
     DetectOptions options;
     std::vector<std::string> photos;
-    std::string gray = "luma";
     std::string overlay;
     std::string overlayFolder;
     bool json = false;
     bool quiet = false;
-    bool log = false;
 };
 
 }  // namespace skylevel

@@ -1,12 +1,15 @@
 #include "tools/files.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
+#include <cstdio>
 #include <filesystem>
+#include <optional>
 #include <system_error>
 #include <utility>
 
@@ -51,6 +54,14 @@ public:
         }
     }
 
+    // So that a machine that stops cannot leave the new name without the new bytes.
+    void sync() const {
+        if (::fsync(handle) != 0 && errno != EINVAL) throwErrno();  // EINVAL: nothing to sync here
+    }
+
+    // As far as the file system has any.
+    void setRights(mode_t rights) const { static_cast<void>(::fchmod(handle, rights)); }
+
     // Some file systems report a full disk only here.
     void close() {
         if (::close(std::exchange(handle, -1)) != 0) throwErrno();
@@ -70,16 +81,27 @@ public:
         if (!path.empty()) ::unlink(path.c_str());
     }
 
-    void fill(std::span<const unsigned char> bytes) {
-        file.write(bytes);
-        file.close();
-    }
-    void keepAs(const std::filesystem::path& target) {
-        if (::rename(path.c_str(), target.c_str()) != 0) throwErrno();
+    void setRights(mode_t rights) const { file.setRights(rights); }
+    void fill(std::span<const unsigned char> bytes) { file.write(bytes); }
+    void sync() const { file.sync(); }
+    void close() { file.close(); }
+    void keepAs(const std::filesystem::path& target, Existing existing) {
+        const unsigned flags = existing == Existing::refuse ? RENAME_NOREPLACE : 0;
+        int failure = ::renameat2(AT_FDCWD, path.c_str(), AT_FDCWD, target.c_str(), flags);
+        if (failure != 0 && (errno == EINVAL || errno == ENOSYS) && !isToBeRefused(target, existing))
+            failure = ::rename(path.c_str(), target.c_str());
+        if (failure != 0) throwErrno();
         path.clear();
     }
 
 private:
+    // For file systems that cannot refuse by themselves. Sets errno.
+    static bool isToBeRefused(const std::filesystem::path& target, Existing existing) {
+        struct stat status = {};
+        if (existing != Existing::refuse || ::lstat(target.c_str(), &status) != 0) return false;
+        errno = EEXIST;
+        return true;
+    }
     static int create(const std::filesystem::path& target, std::filesystem::path& created) {
         static std::atomic<unsigned> serial{0};
         for (;;) {
@@ -95,6 +117,14 @@ private:
     std::filesystem::path path;
     Descriptor file;
 };
+
+// The access rights of a file that is to be replaced, if there is one. A device or a folder never is.
+std::optional<mode_t> rightsOf(const std::string& name) {
+    struct stat status = {};
+    if (::stat(name.c_str(), &status) != 0) return {};
+    if (!S_ISREG(status.st_mode)) throw FileError("exists and is not a file");
+    return status.st_mode & 0777;
+}
 
 }  // namespace
 
@@ -112,10 +142,14 @@ Bytes readFile(const std::string& name, void (*accepts)(std::span<const unsigned
     }
 }
 
-void writeFile(const std::string& name, std::span<const unsigned char> bytes) {
+void writeFile(const std::string& name, std::span<const unsigned char> bytes, Existing existing) {
+    const std::optional<mode_t> rights = rightsOf(name);
     TemporaryFile temporary(name);
+    if (rights) temporary.setRights(*rights);
     temporary.fill(bytes);
-    temporary.keepAs(name);
+    if (rights) temporary.sync();  // a file is about to go for it
+    temporary.close();
+    temporary.keepAs(name, existing);
 }
 
 }  // namespace skylevel

@@ -23,7 +23,10 @@ constexpr const char* standardInput = "-";
 //          when they will not do, so that a device or a huge file of another kind is not swallowed
 Bytes readFile(const std::string& name, void (*accepts)(std::span<const unsigned char> start));
 
-// Replaces the file in one step: a failure leaves neither a partial file nor a changed one.
-void writeFile(const std::string& name, std::span<const unsigned char> bytes);
+enum class Existing { replace, refuse };
+
+// Writes a file in one step: a failure leaves neither a partial file nor a changed one. A file that is replaced leaves
+// its access rights to the new one; one that is to be refused is so even when it appears in the last moment.
+void writeFile(const std::string& name, std::span<const unsigned char> bytes, Existing existing = Existing::replace);
 
 }  // namespace skylevel

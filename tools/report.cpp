@@ -3,7 +3,7 @@
 #include <cmath>
 #include <cstdio>
 
-#include <nlohmann/json.hpp>
+#include "tools/report_json.h"
 
 namespace skylevel {
 namespace {
@@ -32,14 +32,6 @@ const char* stageInWords(const Decision& decision) {
     return "unknown";
 }
 
-std::string degrees(double angle) {
-    char text[32];
-    // Adding 0 turns a rounded -0 into 0.
-    const double rounded = std::round(angle * 100.0) / 100.0 + 0.0;
-    std::snprintf(text, sizeof(text), "%+.2f", rounded);
-    return text;
-}
-
 // Bytes of the UTF-8 sequence that text starts with; 0 when it is malformed.
 std::size_t sequenceLength(std::string_view text) {
     const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
@@ -62,12 +54,17 @@ bool isControl(std::string_view sequence) {
     return first == 0xC2 && static_cast<unsigned char>(sequence[1]) < 0xA0;
 }
 
-// Ordered, so that a line reads from the question to the answer's details.
-using Json = nlohmann::ordered_json;
-
 Json orNull(const std::optional<double>& value) { return value ? Json(*value) : Json(nullptr); }
 
 }  // namespace
+
+std::string degrees(double angle) {
+    char text[32];
+    // Adding 0 turns a rounded -0 into 0.
+    const double rounded = std::round(angle * 100.0) / 100.0 + 0.0;
+    std::snprintf(text, sizeof(text), "%+.2f", rounded);
+    return text;
+}
 
 std::string verdictInWords(const Decision& decision) {
     std::string words = decision.horizon ? "horizon, " : "no horizon, ";
@@ -89,10 +86,7 @@ std::string reportJson(const DetectJob& job, const DetectResult& result, const D
     if (!result.error.empty()) {
         object["error"] = result.error;
     } else {
-        object["horizon"] = result.decision.horizon;
-        object["angle"] = orNull(result.decision.angle);
-        object["verdict"] = stageInWords(result.decision);
-        object["decisionAngle"] = orNull(result.decision.decisionAngle);
+        addDecision(object, result.decision);
         object["threshold"] = options.threshold;
         object["format"] = formatName(result.format);
         object["width"] = result.width;
@@ -102,8 +96,17 @@ std::string reportJson(const DetectJob& job, const DetectResult& result, const D
         object["warnings"] = result.warnings;
         if (!job.overlay.empty() && result.overlayError.empty()) object["overlay"] = job.overlay;
     }
-    return object.dump(-1, ' ', false, Json::error_handler_t::replace);
+    return jsonLine(object);
 }
+
+void addDecision(Json& object, const Decision& decision) {
+    object["horizon"] = decision.horizon;
+    object["angle"] = orNull(decision.angle);
+    object["verdict"] = stageInWords(decision);
+    object["decisionAngle"] = orNull(decision.decisionAngle);
+}
+
+std::string jsonLine(const Json& object) { return object.dump(-1, ' ', false, Json::error_handler_t::replace); }
 
 std::string displayName(const std::string& name) {
     return name == standardInput ? "(standard input)" : printable(name);

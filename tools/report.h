@@ -17,6 +17,9 @@ std::string reportLine(const DetectJob& job, const DetectResult& result);
 // One JSON object on one line, without its end; always valid UTF-8.
 std::string reportJson(const DetectJob& job, const DetectResult& result, const DetectOptions& options);
 
+// An angle with its sign, to a hundredth.
+std::string degrees(double angle);
+
 // A file's name for lines that people read.
 std::string displayName(const std::string& name);
 

@@ -31,14 +31,6 @@ skylevel::Picture tallScene(int width, int height, double leftY, double rightY) 
     return scene;
 }
 
-// The stored pixels that an EXIF orientation turns into the upright picture.
-skylevel::Picture storedFor(const skylevel::Picture& upright, unsigned exif) {
-    const skylevel::Orientation orientation = skylevel::orientationFromExif(exif);
-    skylevel::Picture stored = skylevel::turned(upright, (360 - orientation.turn) % 360);
-    if (orientation.mirrored) skylevel::mirror(stored);
-    return stored;
-}
-
 TEST(Detect, DecidesOnTheBundledPhotos) {
     constexpr double none = 1000.0;
     const struct {

@@ -112,6 +112,17 @@ Bytes makeJpeg(const Picture& picture, JpegKind kind) {
     return result;
 }
 
+Picture storedFor(const Picture& upright, unsigned exif) {
+    const skylevel::Orientation orientation = skylevel::orientationFromExif(exif);
+    Picture stored = skylevel::turned(upright, (360 - orientation.turn) % 360);
+    if (orientation.mirrored) skylevel::mirror(stored);
+    return stored;
+}
+
+Bytes pixelsOf(const Picture& picture) {
+    return {picture.row(0), picture.row(0) + picture.rowBytes() * static_cast<std::size_t>(picture.height)};
+}
+
 Picture noisyPicture(int width, int height) {
     Picture picture = skylevel::makePicture(width, height, 3);
     std::uint32_t state = 1;

@@ -29,5 +29,10 @@ skylevel::Bytes makePng(const PngRecipe& recipe);
 enum class JpegKind { baseline, progressive };
 skylevel::Bytes makeJpeg(const skylevel::Picture& picture, JpegKind kind);
 
+// The stored pixels that an EXIF orientation turns into the upright picture.
+skylevel::Picture storedFor(const skylevel::Picture& upright, unsigned exif);
+
+skylevel::Bytes pixelsOf(const skylevel::Picture& picture);
+
 // A colour picture of which every pixel differs from its neighbours.
 skylevel::Picture noisyPicture(int width, int height);

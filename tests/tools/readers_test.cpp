@@ -19,10 +19,6 @@ Photo decode(const Bytes& bytes, PixelWish wish = PixelWish::luma) {
     return skylevel::decodePhoto(bytes, wish, pixelLimit);
 }
 
-Bytes pixelsOf(const skylevel::Picture& picture) {
-    return {picture.row(0), picture.row(0) + picture.rowBytes() * static_cast<std::size_t>(picture.height)};
-}
-
 std::string reasonFor(const Bytes& bytes) {
     try {
         decode(bytes);

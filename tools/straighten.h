@@ -1,0 +1,55 @@
+// Straightening one photo.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "tools/detect.h"
+#include "tools/photo.h"
+
+namespace skylevel {
+
+struct StraightenOptions {
+    DetectOptions decision;
+    std::optional<double> angle;  // degrees, positive clockwise: the turn of the content, instead of deciding
+    double minAngle = 0.1;        // degrees; a horizon closer to level is left alone
+    double maxAngle = 15.0;       // degrees; a horizon further from it is, too
+    bool keepCanvas = false;      // the whole turned photo, with empty corners
+    int quality = 95;             // of a JPEG, 1 to 100
+};
+
+// A photo to straighten. Everything about it is known beforehand, so that photos can be worked on in any order.
+struct StraightenJob {
+    std::string name;            // as on the command line; standardInput for standard input
+    std::string output;          // the file to write
+    bool copyLeftAlone = false;  // write a photo that is left alone, too, unchanged
+    bool replace = false;        // an output that exists
+};
+
+enum class Outcome {
+    turned,
+    noHorizon,   // and these are left alone
+    level,       // closer to level than minAngle
+    beyondLimit  // further from it than maxAngle
+};
+
+// What came of a job.
+struct StraightenResult {
+    std::string error;  // why nothing was written; then only the name and the warnings count
+    std::vector<std::string> warnings;
+    Outcome outcome = Outcome::noHorizon;
+    std::optional<Decision> decision;  // in the upright photo; none when the angle was given
+    double turn = 0.0;                 // degrees, positive clockwise; when turned
+    PhotoFormat format = PhotoFormat::jpeg;
+    int width = 0;  // of the upright photo
+    int height = 0;
+    int newWidth = 0;  // of the photo written; when turned
+    int newHeight = 0;
+    bool written = false;
+};
+
+// Does one job; failures are part of the result.
+StraightenResult straighten(const StraightenJob& job, const StraightenOptions& options);
+
+}  // namespace skylevel

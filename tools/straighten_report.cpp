@@ -1,0 +1,65 @@
+#include "tools/straighten_report.h"
+
+#include "tools/report.h"
+#include "tools/report_json.h"
+
+namespace skylevel {
+namespace {
+
+// Why a photo was left alone; null when it was not.
+const char* reasonInWords(Outcome outcome) {
+    switch (outcome) {
+        case Outcome::turned:
+            break;
+        case Outcome::noHorizon:
+            return "no horizon";
+        case Outcome::level:
+            return "level enough";
+        case Outcome::beyondLimit:
+            return "tilted beyond the limit";
+    }
+    return nullptr;
+}
+
+std::string sizeInWords(int width, int height) { return std::to_string(width) + " x " + std::to_string(height); }
+
+}  // namespace
+
+std::string reportLine(const StraightenJob& job, const StraightenResult& result) {
+    std::string line = displayName(job.name) + ": ";
+    if (result.outcome == Outcome::turned)
+        line += "turned by " + degrees(result.turn) + " degrees, " + sizeInWords(result.newWidth, result.newHeight) +
+                " of " + sizeInWords(result.width, result.height) + " pixels";
+    else
+        line += "left alone";
+    if (result.outcome == Outcome::level || result.outcome == Outcome::beyondLimit)
+        line += std::string(", ") + reasonInWords(result.outcome);
+    if (result.decision) line += ": " + verdictInWords(*result.decision);
+    return line;
+}
+
+std::string reportJson(const StraightenJob& job, const StraightenResult& result) {
+    Json object;
+    object["file"] = job.name;
+    if (!result.error.empty()) {
+        object["error"] = result.error;
+        return jsonLine(object);
+    }
+    const bool turned = result.outcome == Outcome::turned;
+    object["turned"] = turned;
+    object["turn"] = turned ? Json(result.turn) : Json(nullptr);
+    object["reason"] = turned ? Json(nullptr) : Json(reasonInWords(result.outcome));
+    object["output"] = result.written ? Json(job.output) : Json(nullptr);
+    if (result.decision) addDecision(object, *result.decision);
+    object["format"] = formatName(result.format);
+    object["width"] = result.width;
+    object["height"] = result.height;
+    if (turned) {
+        object["newWidth"] = result.newWidth;
+        object["newHeight"] = result.newHeight;
+    }
+    object["warnings"] = result.warnings;
+    return jsonLine(object);
+}
+
+}  // namespace skylevel

@@ -1,0 +1,16 @@
+// What the tool says about a photo that was to be straightened.
+#pragma once
+
+#include <string>
+
+#include "tools/straighten.h"
+
+namespace skylevel {
+
+// One line for people, without its end.
+std::string reportLine(const StraightenJob& job, const StraightenResult& result);
+
+// One JSON object on one line, without its end; always valid UTF-8.
+std::string reportJson(const StraightenJob& job, const StraightenResult& result);
+
+}  // namespace skylevel
