@@ -51,7 +51,7 @@ int afterOutput(int status) {
 int runCommandLine(int argumentCount, char** arguments) {
     CLI::App tool("Does a picture show a horizon, and at what angle? And what does it look like, straight?",
                   "skylevel");
-    tool.set_version_flag("--version", version(), "Print the version and the formats that can be read");
+    tool.set_version_flag("--version", version(), "Print the version and the formats that can be read and written");
     tool.require_subcommand(1);
     tool.footer("'skylevel COMMAND --help' describes a command.");
     DetectCommand detectCommand(tool);
