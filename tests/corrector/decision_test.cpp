@@ -123,7 +123,7 @@ TEST(Decision, TellsWhatItDoes) {
     const LogCapture log;
     const Picture picture = Scene{240, 1, 12, 0}.picture(640, 480, 640);
     EXPECT_EQ(TiltCorrection(picture.pixels.data(), 640, 480, 640).detectHorizon(0), 0);
-    const auto marked = [](const std::string& s) { return "D " + std::string(13, '!') + s + std::string(14, '!'); };
+    const auto marked = [](const std::string& s) { return "D !!!!!!!!!!!!!" + s + "!!!!!!!!!!!!!!"; };
     EXPECT_EQ(
         log.take(),
         Lines({marked("Enter detectRotAngle sucessful"), marked("Enter detectRotAngle 1 sucessful"),

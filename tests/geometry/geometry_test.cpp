@@ -82,15 +82,12 @@ TEST(Rotation, IsItsDefinitionToTheBit) {
 }
 
 TEST(Rotation, GivesTheKnownResults) {
-    const struct {
-        int width, height;
-        double angle;
-        int turnedWidth, turnedHeight;
-    } cases[] = {{100, 50, 30, 110, 92},   {640, 480, 10, 713, 583},   {640, 480, -10, 713, 582},
-                 {100, 100, 45, 141, 141}, {1000, 100, 90, 100, 1000}, {4, 3, 180, 4, 3}};
-    for (const auto& c : cases) {
-        const Turned turned = turn(noise(3 * c.width, c.height, 3 * c.width, 3).pixels, c.width, c.height, c.angle);
-        EXPECT_TRUE(turned.width == c.turnedWidth && turned.height == c.turnedHeight) << c.width << " by " << c.angle;
+    const int cases[][5] = {// width, height, angle: the turned size
+                            {100, 50, 30, 110, 92},   {640, 480, 10, 713, 583},   {640, 480, -10, 713, 582},
+                            {100, 100, 45, 141, 141}, {1000, 100, 90, 100, 1000}, {4, 3, 180, 4, 3}};
+    for (const auto& [width, height, angle, turnedWidth, turnedHeight] : cases) {
+        const Turned turned = turn(noise(3 * width, height, 3 * width, 3).pixels, width, height, angle);
+        EXPECT_TRUE(turned.width == turnedWidth && turned.height == turnedHeight) << width << " by " << angle;
     }
     // Half a turn misses the grid by a hair: row 0 ends in a black pixel.
     const Pixels half = turn(paint(12, 3, 12, [](int r, int c) { return 4 * r + c / 3 + 1; }).pixels, 4, 3, 180).pixels;
@@ -98,17 +95,14 @@ TEST(Rotation, GivesTheKnownResults) {
     // Truncated weights: one blended pixel of a uniform picture falls short.
     const Pixels uniform = turn(paint(27, 1, 27, [](int, int) { return 90; }).pixels, 3, 3, 45).pixels;
     EXPECT_EQ(std::count(uniform.begin(), uniform.end(), 89), 3);
-}
 
-TEST(Rotation, RefusesAnglesAndResultsOutOfRange) {
     unsigned char pixel[3] = {};
     unsigned char* dst = pixel;
     int w = -5, h = -6;
     TiltCorrection t(nullptr, 0, 0, 0);
-    for (const double angle : {180.0000001, -180.0000001, nan})
-        EXPECT_EQ(t.rotateImage(pixel, 1, 1, dst, w, h, angle), -1);
+    for (const double a : {180.0000001, -180.0000001, nan}) EXPECT_EQ(t.rotateImage(pixel, 1, 1, dst, w, h, a), -1);
     EXPECT_EQ(t.rotateImage(pixel, 65536, 32768, dst, w, h, 0), -1);
-    EXPECT_EQ(t.rotateImage(pixel, 40000, 40000, dst, w, h, 45), -1);
+    EXPECT_EQ(t.rotateImage(pixel, 40000, 40000, dst, w, h, 45), -1) << "the result alone is beyond int";
     EXPECT_TRUE(dst == pixel && w == -5 && h == -6);
 }
 
@@ -126,9 +120,7 @@ TEST(CropLocation, IsCentredInTheInputFrame) {
             << width << " at " << angle;
     }
     r = {1, 2, 3, 4};
-    EXPECT_EQ(
-        corrector.calCropLoc(0, 480, 0, r) + corrector.calCropLoc(640, 0, 0, r) + corrector.calCropLoc(-1, -1, 0, r),
-        -3);
+    EXPECT_EQ(corrector.calCropLoc(0, 480, 0, r) + corrector.calCropLoc(640, 0, 0, r), -2);
     EXPECT_EQ(corrector.calCropLoc(640, 480, nan, r) + corrector.calCropLoc(640, 480, inf, r), -2);
     EXPECT_EQ(corrector.calCropLoc(640, 640, 135, r) + corrector.calCropLoc(2147483647, 1, 60, r), -2) << "beyond int";
     EXPECT_TRUE(r.left == 1 && r.right == 2 && r.top == 3 && r.bottom == 4);
@@ -166,18 +158,16 @@ TEST(Correction, LivesThroughTurnsAndFailures) {
 }
 
 TEST(Correction, NeedsAnImage) {
-    const LogCapture log;
     unsigned char pixel[3] = {};
     const Bytes out(3);
     const std::pair<int, int> sizes[] = {{0, 1}, {1, 0}, {-1, 1}, {1, 1}};
     for (const auto& [width, height] : sizes) {
-        TiltCorrection corrector(width == 1 && height == 1 ? nullptr : pixel, width, height, 1);
+        TiltCorrection corrector(width * height == 1 ? nullptr : pixel, width, height, 1);
         EXPECT_EQ(corrector.manuCorrection(5.0) + corrector.crop(out.data()), -2);
         EXPECT_EQ(corrector.getRotAngle(), -1.7976931348623157e308);
     }
     EXPECT_EQ(TiltCorrection(pixel, 1, 1, 1).crop(nullptr), -1);
     EXPECT_TRUE(out.untouched());
-    EXPECT_EQ(log.take(), Lines());
 }
 
 }  // namespace

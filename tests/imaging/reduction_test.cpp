@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <array>
 #include <vector>
 
 #include "skylevel/skylevel.h"
@@ -34,33 +35,26 @@ Plane sampled(const Picture& src, int angle, int smallWidth, int smallHeight) {
 
 // What downsampleWithAngle and the operation of that turn alone both write.
 Plane reduced(const Picture& src, int angle, int smallWidth, int smallHeight) {
-    const auto turn = angle == 0     ? &TiltCorrection::downsample0
-                      : angle == 90  ? &TiltCorrection::downsample90
-                      : angle == 180 ? &TiltCorrection::downsample180
-                                     : &TiltCorrection::downsample270;
+    using T = TiltCorrection;
+    const auto turn = std::array{&T::downsample0, &T::downsample90, &T::downsample180, &T::downsample270}[angle / 90];
     const LogCapture log;
-    TiltCorrection corrector(nullptr, 0, 0, 0);
-    const Bytes alone(smallWidth * smallHeight);
-    const Bytes out(smallWidth * smallHeight);
-    unsigned char* const pixels = src.pixels.data();
-    (corrector.*turn)(pixels, src.width, src.height, src.stride, alone.data(), smallWidth, smallHeight);
-    EXPECT_EQ(corrector.downsampleWithAngle(pixels, src.width, src.height, src.stride, angle, out.data(), smallWidth,
-                                            smallHeight),
+    T t(nullptr, 0, 0, 0);
+    const Bytes alone(smallWidth * smallHeight), out(smallWidth * smallHeight);
+    (t.*turn)(src.pixels.data(), src.width, src.height, src.stride, alone.data(), smallWidth, smallHeight);
+    EXPECT_EQ(t.downsampleWithAngle(src.pixels.data(), src.width, src.height, src.stride, angle, out.data(), smallWidth,
+                                    smallHeight),
               0);
     EXPECT_EQ(log.take(), Lines({"I enter downsampleWithAngle()"}));
     EXPECT_TRUE(std::equal(out.begin(), out.end(), alone.begin()));
     return {out.begin(), out.end()};
 }
 
-TEST(Reduction, TurnsASmallPicture) {
-    const Picture src = paint(8, 8, 8, [](int r, int c) { return 10 * r + c; });
-    EXPECT_EQ(reduced(src, 0, 4, 4), (Plane{0, 2, 4, 6, 20, 22, 24, 26, 40, 42, 44, 46, 60, 62, 64, 66}));
-    EXPECT_EQ(reduced(src, 90, 4, 4), (Plane{70, 50, 30, 10, 72, 52, 32, 12, 74, 54, 34, 14, 76, 56, 36, 16}));
-    EXPECT_EQ(reduced(src, 180, 4, 4), (Plane{76, 74, 72, 70, 56, 54, 52, 50, 36, 34, 32, 30, 16, 14, 12, 10}));
-    EXPECT_EQ(reduced(src, 270, 4, 4), (Plane{6, 26, 46, 66, 4, 24, 44, 64, 2, 22, 42, 62, 0, 20, 40, 60}));
-}
-
 TEST(Reduction, SamplesTheStatedPixels) {
+    const Picture tens = paint(8, 8, 8, [](int r, int c) { return 10 * r + c; });
+    EXPECT_EQ(reduced(tens, 0, 4, 4), (Plane{0, 2, 4, 6, 20, 22, 24, 26, 40, 42, 44, 46, 60, 62, 64, 66}));
+    EXPECT_EQ(reduced(tens, 90, 4, 4), (Plane{70, 50, 30, 10, 72, 52, 32, 12, 74, 54, 34, 14, 76, 56, 36, 16}));
+    EXPECT_EQ(reduced(tens, 180, 4, 4), (Plane{76, 74, 72, 70, 56, 54, 52, 50, 36, 34, 32, 30, 16, 14, 12, 10}));
+    EXPECT_EQ(reduced(tens, 270, 4, 4), (Plane{6, 26, 46, 66, 4, 24, 44, 64, 2, 22, 42, 62, 0, 20, 40, 60}));
     const int sizes[][5] = {// width, height, padding, and the reduced size
                             {1, 1, 1, 1, 1},          {5, 3, 2, 1, 1},          {9, 7, 1, 9, 7},
                             {31, 17, 9, 7, 4},        {64, 48, 0, 16, 12},      {203, 101, 5, 50, 25},
@@ -76,39 +70,35 @@ TEST(Reduction, SamplesTheStatedPixels) {
 
 TEST(Reduction, HasLimits) {
     const LogCapture log;
-    TiltCorrection corrector(nullptr, 0, 0, 0);
-    const int refused[][3] = {{45, 30, 20},  {-90, 30, 20}, {360, 30, 20}, {1, 7, 5},     {0, 257, 2},
-                              {180, 257, 2}, {90, 257, 2},  {90, 2, 257},  {270, 2, 257}, {0, 0, 5},
-                              {90, 5, 0},    {180, -1, -1}, {270, 0, 0}};
+    TiltCorrection t(nullptr, 0, 0, 0);
+    const int refused[][3] = {{45, 30, 20},  {-90, 30, 20}, {360, 30, 20}, {1, 7, 5}, {0, 257, 2},   {90, 257, 2},
+                              {180, 257, 2}, {90, 2, 257},  {270, 2, 257}, {0, 0, 5}, {180, -1, -1}, {270, 0, 0}};
     const Picture src = noise(30, 20, 30, 5);
+    const Bytes out(1500);
     for (const auto& [angle, width, height] : refused) {
-        const Bytes out(257 * 2);
-        EXPECT_EQ(corrector.downsampleWithAngle(src.pixels.data(), 30, 20, 30, angle, out.data(), width, height), 0);
+        EXPECT_EQ(t.downsampleWithAngle(src.pixels.data(), 30, 20, 30, angle, out.data(), width, height), 0);
         EXPECT_TRUE(out.untouched()) << angle << " " << width << "x" << height;
     }
     EXPECT_EQ(log.take().size(), std::size(refused));
     EXPECT_EQ(reduced(src, 180, 2, 257), sampled(src, 180, 2, 257)) << "rows are free at 0 and 180";
-    // A packed picture of the same size is copied, however wide.
     const Picture same = noise(300, 5, 300, 3);
-    const Bytes out(1500);
-    EXPECT_EQ(corrector.downsampleWithAngle(same.pixels.data(), 300, 5, 300, 0, out.data(), 300, 5), 0);
-    EXPECT_TRUE(std::equal(out.begin(), out.end(), same.pixels.begin()));
+    t.downsampleWithAngle(same.pixels.data(), 300, 5, 300, 0, out.data(), 300, 5);
+    EXPECT_TRUE(std::equal(out.begin(), out.end(), same.pixels.begin())) << "packed and of the same size: a copy";
 }
 
 TEST(Reduction, ReachesRowsBeyond32BitOffsets) {
-    const std::size_t stride = 1 << 30;
+    const std::size_t stride = 1 << 30, size = 8 * stride;
     void* const memory =
-        mmap(nullptr, 8 * stride, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+        mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
     if (memory == MAP_FAILED) GTEST_SKIP() << "no address space for 8 GB";
     auto* const src = static_cast<unsigned char*>(memory);
     for (int r = 0; r < 8; ++r) src[r * stride] = static_cast<unsigned char>(r);
-    TiltCorrection corrector(nullptr, 0, 0, 0);
-    unsigned char out[4] = {};
-    corrector.downsample180(src, 1, 8, stride, out, 1, 4);
-    EXPECT_EQ(Plane(out, out + 4), (Plane{7, 5, 3, 1}));
-    corrector.DownsampleGray(src, out, 1, 8, stride, 2);
-    EXPECT_EQ(Plane(out, out + 4), (Plane{0, 2, 4, 6}));
-    munmap(memory, 8 * stride);
+    TiltCorrection t(nullptr, 0, 0, 0);
+    Plane out(8);
+    t.downsample180(src, 1, 8, stride, out.data(), 1, 4);
+    t.DownsampleGray(src, out.data() + 4, 1, 8, stride, 2);
+    EXPECT_EQ(out, (Plane{7, 5, 3, 1, 0, 2, 4, 6}));
+    munmap(memory, size);
 }
 
 }  // namespace

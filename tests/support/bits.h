@@ -3,8 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
-#include <cstdio>
 #include <cstring>
 
 // 64-bit FNV-1a over the bytes of all elements.
@@ -18,13 +18,8 @@ std::uint64_t fnv1a(const Range& range, std::uint64_t hash = 0xcbf29ce484222325)
 // Whether two ranges hold the same bits; names the first difference.
 template <typename Left, typename Right>
 testing::AssertionResult sameBits(const Left& left, const Right& right) {
-    if (left.size() != right.size()) return testing::AssertionFailure() << left.size() << ", not " << right.size();
-    for (std::size_t i = 0; i < left.size(); ++i) {
-        if (std::memcmp(&left[i], &right[i], sizeof(left[i])) == 0) continue;
-        char text[96];
-        std::snprintf(text, sizeof(text), "element %zu is %a, not %a", i, static_cast<double>(left[i]),
-                      static_cast<double>(right[i]));
-        return testing::AssertionFailure() << text;
-    }
-    return testing::AssertionSuccess();
+    std::size_t i = 0;
+    while (i < std::min(left.size(), right.size()) && std::memcmp(&left[i], &right[i], sizeof(left[i])) == 0) ++i;
+    if (i == left.size() && i == right.size()) return testing::AssertionSuccess();
+    return testing::AssertionFailure() << "they differ from element " << i << " on";
 }

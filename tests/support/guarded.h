@@ -6,9 +6,7 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstddef>
 #include <cstdlib>
-#include <cstring>
 #include <memory>
 
 // count elements that end where unreadable memory begins and start behind canary bytes, which the
@@ -16,15 +14,13 @@
 template <typename T>
 class Guarded {
 public:
-    static constexpr unsigned char fill = 0xA5;
-
     explicit Guarded(std::size_t count) : m_count(count) {
         const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
         m_usable = (count * sizeof(T) / page + 1) * page;
         void* const memory = mmap(nullptr, m_usable + page, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
         if (memory == MAP_FAILED) std::abort();
-        std::memset(memory, fill, m_usable);
-        m_memory.reset(static_cast<unsigned char*>(memory), [=, size = m_usable + page](void* p) { munmap(p, size); });
+        m_memory.reset(static_cast<unsigned char*>(memory), [size = m_usable + page](void* p) { munmap(p, size); });
+        std::fill_n(m_memory.get(), m_usable, fill);
         mprotect(m_memory.get() + m_usable, page, PROT_NONE);
     }
     Guarded(const Guarded&) = default;
@@ -42,11 +38,12 @@ public:
     bool untouched() const { return std::all_of(bytes(), m_memory.get() + m_usable, isFill); }
 
 private:
+    static constexpr unsigned char fill = 0xA5;
     static bool isFill(unsigned char byte) { return byte == fill; }
     unsigned char* bytes() const { return m_memory.get() + m_usable - m_count * sizeof(T); }
 
     std::shared_ptr<unsigned char> m_memory;
-    std::size_t m_usable = 0;  // bytes before the guard page
+    std::size_t m_usable;  // bytes before the guard page
     std::size_t m_count;
 };
 

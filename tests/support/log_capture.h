@@ -11,26 +11,22 @@
 using Lines = std::vector<std::string>;
 
 // Collects every line, debug ones included, while it lives; expects the library's tag on each.
-class LogCapture {
-public:
+struct LogCapture {
     LogCapture() {
         lines.clear();
+        __android_log_set_minimum_priority(ANDROID_LOG_DEBUG);
         __android_log_set_logger([](const __android_log_message* line) {
             EXPECT_STREQ(line->tag, "TILT_CORRECTION");
             lines.push_back(std::string(1, "??VDIWEF"[line->priority]) + " " + line->message);
         });
-        __android_log_set_minimum_priority(ANDROID_LOG_DEBUG);
     }
     ~LogCapture() {
         __android_log_set_logger(nullptr);
         __android_log_set_minimum_priority(ANDROID_LOG_DEFAULT);
     }
-    LogCapture(const LogCapture&) = delete;
-    LogCapture& operator=(const LogCapture&) = delete;
 
     // The lines since the last call: "D ", "I " or "E " for the priority, then the text.
     static Lines take() { return std::exchange(lines, {}); }
 
-private:
     inline static Lines lines;
 };
