@@ -9,7 +9,7 @@
 
 namespace {
 
-constexpr int binCount = 64;
+constexpr int thresholdBins = 64;
 
 bool isOpenRatio(float ratio) { return ratio > 0.0f && ratio < 1.0f; }
 
@@ -42,13 +42,13 @@ int selectThresholds(float* magnitude, int count, float& high, float& low, float
     float maximum = FLT_MIN;
     for (int i = 0; i < count; ++i) maximum = maximum < magnitude[i] ? magnitude[i] : maximum;
 
-    int histogram[binCount] = {};
-    if (imHist(magnitude, maximum, count, binCount, histogram) != 0) return -1;
-    for (int i = 1; i < binCount; ++i) histogram[i] += histogram[i - 1];
+    int histogram[thresholdBins] = {};
+    if (imHist(magnitude, maximum, count, thresholdBins, histogram) != 0) return -1;
+    for (int i = 1; i < thresholdBins; ++i) histogram[i] += histogram[i - 1];
 
-    const float share = static_cast<float>(histogram[binCount - 1]) * highRatio;
+    const float share = static_cast<float>(histogram[thresholdBins - 1]) * highRatio;
     const int target = static_cast<int>(static_cast<double>(share) + 0.5);
-    const int* const first = std::find_if(histogram, histogram + binCount, [=](int sum) { return sum >= target; });
+    const int* const first = std::find_if(histogram, histogram + thresholdBins, [=](int sum) { return sum >= target; });
     // Bins are maximum / 63 wide, yet the threshold steps are maximum / 64: bin i ends at (i + 1) / 64.
     // Without a bin, 65 / 64 lies above every magnitude.
     const int step = static_cast<int>(first - histogram) + 1;

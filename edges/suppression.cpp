@@ -3,6 +3,7 @@
 #include <cfloat>
 #include <cmath>
 #include <cstddef>
+#include <cstdint>
 #include <cstring>
 
 #include "platform/sizes.h"
@@ -91,10 +92,11 @@ void TraceEdge(int row, int col, float& low, unsigned char*& edges, float*& magn
     int k = 0;
     for (;;) {
         for (; k < neighbourCount; ++k) {
-            const int x = col + stepX[k];
-            const int y = row + stepY[k];
+            // 64-bit: the start may lie anywhere.
+            const std::int64_t x = std::int64_t{col} + stepX[k];
+            const std::int64_t y = std::int64_t{row} + stepY[k];
             if (x < 0 || y < 0 || x >= width || y >= height) continue;
-            const std::ptrdiff_t i = std::ptrdiff_t{y} * width + x;
+            const std::ptrdiff_t i = y * width + x;
             if (edges[i] == candidate && magnitude[i] >= low) break;
         }
         if (k < neighbourCount) {
