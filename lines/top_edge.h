@@ -7,7 +7,7 @@ namespace skylevel {
 
 // A straight line through a centroid.
 struct FittedLine {
-    double angle = 0.0;     // degrees in (-90, 90]
+    double angle = 0.0;     // degrees, -90 to 90
     double residual = 0.0;  // mean vertical distance of the points, in pixels
     double centreX = 0.0;
     double centreY = 0.0;

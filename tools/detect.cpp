@@ -12,8 +12,9 @@ namespace {
 
 constexpr double pi = 3.141592653589793;
 
-// What decideHorizon returns for a picture of which the 4:1 reduction leaves nothing.
-constexpr int nothingLeft = -6;
+// What decideHorizon returns for a picture of which the 4:1 reduction leaves too little for edges, or for a line.
+constexpr int noEdges = -6;
+constexpr int noLine = -7;
 
 Picture toGray(Picture picture) {
     if (picture.channels == 1) return picture;
@@ -80,7 +81,7 @@ Decision decide(Photo photo, const DetectOptions& options) {
     double angle = 0.0;
     const int status =
         decideHorizon(corrector, plane, photo.orientation.turn, options.threshold, angle, &decision.evidence);
-    decision.tooSmall = status == nothingLeft;
+    decision.tooSmall = status == noEdges || status == noLine;
     if (decision.tooSmall) return decision;
     if (status != 0) throw FileError("the decision failed with status " + std::to_string(status));
     corrector.setRotAngle(angle);

@@ -30,7 +30,7 @@ struct Decision {
     // angle, and "too tilted" has one without being a horizon.
     std::optional<double> angle;          // in the upright photo
     std::optional<double> decisionAngle;  // in the plane of the decision, where it met the threshold
-    bool tooSmall = false;                // a side below 4 pixels: there is nothing to decide on
+    bool tooSmall = false;                // the reduction leaves too little to decide on
     HorizonEvidence evidence;
 };
 

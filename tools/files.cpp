@@ -18,6 +18,8 @@ namespace {
 
 constexpr std::size_t firstRead = 4096;
 constexpr std::size_t longestStep = std::size_t{1} << 20;
+// More than any photo has; an endless stream ends here.
+constexpr std::size_t sizeLimit = std::size_t{1} << 32;
 
 [[noreturn]] void throwErrno() { throw FileError(std::generic_category().message(errno)); }
 
@@ -139,6 +141,7 @@ Bytes readFile(const std::string& name, void (*accepts)(std::span<const unsigned
         bytes.resize(before + count);
         if (before == 0) accepts(bytes);
         if (count < step) return bytes;
+        if (bytes.size() > sizeLimit) throw FileError("larger than 4 GiB");
     }
 }
 

@@ -47,8 +47,8 @@ SKYLEVEL_API int MakeGauss(float sigma, float*& kernel, int& size);
 /// Reverses the first count values in place; a count below 2 changes nothing.
 SKYLEVEL_API void flip(float* values, int count);
 
-/// Smooths a gray plane and differentiates it along both axes. Results are centred half a tap to the
-/// right of and below each pixel, because the kernel has an even number of taps.
+/// Smooths a gray plane and differentiates it along both axes. The kernels have an even number of
+/// taps; each result is centred on the next pixel along its axis, not on its own.
 /// src           width x height bytes; only read
 /// gradX, gradY  width x height floats; positive where brightness grows to the right and downward
 /// returns 0; -1 with nothing written on a null pointer, a size below 1 or a refused sigma
@@ -69,8 +69,8 @@ SKYLEVEL_API int thinAndThrehold(unsigned char* edges, float* gradX, float* grad
                                  int height, float high, float low);
 
 /// Grows an edge from one pixel: every 8-connected chain of pixels that hold 128 in edges and at least
-/// low in magnitude becomes 255. The pixel itself is not changed. Stack and memory use do not depend
-/// on the length of the chains.
+/// low in magnitude becomes 255. Marking the start is the caller's part; it may lie anywhere. Stack and memory use do
+/// not depend on the length of the chains.
 SKYLEVEL_API void TraceEdge(int row, int col, float& low, unsigned char*& edges, float*& magnitude, int& width,
                             int& height);
 

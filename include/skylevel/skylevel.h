@@ -13,7 +13,8 @@
 ///    only read. Calls on different threads with different correctors and buffers do not interact.
 ///  - Status 0 is success, a negative status a failure; after a failure outputs are as they were
 ///    unless the declaration says otherwise. A plane of more than 2^31 - 1 pixels is a bad argument.
-///  - An allocation that fails throws what the standard library throws; nothing leaks on the way.
+///  - An allocation that fails throws what the standard library throws; nothing leaks on the way. A
+///    build without exceptions, as on Android, ends there.
 ///  - Results are exact to the last bit given the platform's maths library. The floating-point
 ///    environment is the default one: round to nearest, subnormals kept.
 #ifndef SKYLEVEL_SKYLEVEL_H
@@ -48,8 +49,8 @@ extern "C" {
 /// fAngleThresh  degrees, 0 to 90: the largest angle that still counts as a horizon. It is an upper
 ///               bound only: any negative angle passes. NaN is accepted and never finds a horizon.
 /// returns 0 with the answer in *hasHorizon; -1 with *hasHorizon false when an argument is refused;
-///         1 with *hasHorizon as it was when the decision failed (a side below 4 pixels, an
-///         orientation outside the four, or a picture beyond the limits of detectHorizon)
+///         1 with *hasHorizon as it was when the decision failed (a picture outside the limits of
+///         detectHorizon, or an orientation outside the four)
 SKYLEVEL_API int HorizonDetectionProcess(unsigned char* pGrayImage, int width, int height, int stride, bool* hasHorizon,
                                          int imageAngle, double fAngleThresh);
 
@@ -96,8 +97,9 @@ public:
 
     /// True when the stored angle is at most the threshold; false when either is NaN.
     bool getHasHorizon();
-    /// The stored angle negated: the turn, in degrees, that levels the picture. Without an angle it
-    /// is the negated largest finite double.
+    /// The stored angle negated: the turn, in degrees, that levels the plane it was found in. At 90 and
+    /// 270 that plane is a stretched picture, unless it is square. Without an angle it is the negated
+    /// largest finite double.
     double getRotAngle();
     /// Stores an angle in degrees, unchecked.
     void setRotAngle(double angle);
@@ -121,8 +123,9 @@ public:
     /// imageAngle  clockwise quarter turn that makes the picture upright: 0, 90, 180 or 270
     /// returns 0 with the decision in getHasHorizon; -2 without a usable image, -4 when the
     ///         orientation is refused or the reduced plane has more than 2^31 - 1 pixels, -6 when edge detection fails
-    ///         (a side below 4 pixels), all three with the stored angle as it was; -7, -8 and -9 when the line fit, the
-    ///         mean or the segment search fails, with no angle
+    ///         (fewer than 8 x 4 or 4 x 8 pixels), all three with the stored angle as it was; -7, -8 and -9 when the
+    ///         line fit (at widths below 16, where a single column can be all there is to fit), the
+    ///         mean or the segment search (a side of 131072 or more) fails, with no angle
     int detectHorizon(int imageAngle);
 
     /// Asks for the angle of the image, read as RGB. RGB2SmallGray refuses the 4:1 reduction that it
@@ -138,7 +141,9 @@ public:
     /// crop rectangle. The stored angle becomes `angle`.
     /// angle  degrees, -180 to 180; positive turns clockwise
     /// returns 0; -1 with nothing changed without a usable image; -1 without a turned image and with
-    ///         the crop rectangle as it was when the angle or the size of the result is refused
+    ///         the crop rectangle as it was when the angle or the size of the result is refused; -1 with the
+    ///         turned image, but the crop rectangle as it was, when the rectangle leaves the int range (near
+    ///         the angles at which it grows without bound, such as 135 for a square)
     int manuCorrection(double angle);
     /// The upright rectangle of the image's proportions, centred on it and sized so that its corners
     /// meet the turned picture's edges, in the frame of the unturned image. Static in spirit. Near 90
@@ -174,7 +179,8 @@ public:
     /// src         height rows of stride bytes, width of them pixels
     /// imageAngle  clockwise turn; a value outside 0, 90, 180 and 270 writes nothing
     /// dst         smallWidth x smallHeight bytes, the same shape for every turn; written in full, or
-    ///             not at all when smallWidth (at 90 and 270 also smallHeight) is above 256
+    ///             not at all when smallWidth (at 90 and 270 also smallHeight) is above 256; a packed plane that is
+    ///             neither turned nor shrunk is copied whatever its size
     /// returns 0 always
     int downsampleWithAngle(unsigned char* src, int width, int height, int stride, int imageAngle, unsigned char* dst,
                             int smallWidth, int smallHeight);
@@ -215,13 +221,13 @@ public:
     /// Fits a straight line through the top-most edge pixel of every column. Static in spirit.
     /// edges       packed edge map of width x height bytes; 255 marks an edge
     /// parameters  a HorizonFitParams record
-    /// angle       degrees in (-90, 90]; the largest finite double when no line is accepted
+    /// angle       degrees, -90 to 90; the largest finite double when no line is accepted
     /// returns 0; -1 with angle as it was on a null pointer, a size below 1 or a ratio outside 0 to 1;
     ///         -1 with no angle when the single point of a narrow map is all there is to fit
     int horizonDetection(unsigned char* edges, int width, int height, double* parameters, double& angle);
     /// Least-squares line along the principal axis of count points. Static in spirit. Double sums in
     /// index order.
-    /// angle     degrees in (-90, 90]
+    /// angle     degrees, -90 to 90
     /// residual  mean vertical distance from the line, in pixels
     /// returns 0; -1 with nothing written on a null pointer or fewer than two points
     int fitLine(int* x, int* y, int count, double& angle, double& residual);
