@@ -3,8 +3,14 @@
 need() {
     local missing=() package
     if ! command -v dpkg-query >/dev/null; then
-        echo "This is not Debian or Ubuntu; please see to it that the equivalents of these are installed: $*" >&2
-        return 0
+        # Programs can be looked for by name here; of libraries CMake says itself which one it misses.
+        for package in "$@"; do
+            case $package in lib* | *-dev) continue ;; ninja-build) package=ninja ;; esac
+            command -v "$package" >/dev/null || missing+=("$package")
+        done
+        [ ${#missing[@]} -eq 0 ] && return 0
+        echo "This is not Debian or Ubuntu. Please install: ${missing[*]}" >&2
+        return 1
     fi
     for package in "$@"; do
         dpkg-query -W -f='${db:Status-Status}' "$package" 2>/dev/null | grep -qx installed || missing+=("$package")
