@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <cfloat>
+#include <climits>
 #include <cmath>
 #include <limits>
 #include <vector>
@@ -169,6 +170,7 @@ TEST(Growth, FollowsAChainOfAnyLength) {
     unsigned char* edges = map.data();
     float* m = magnitude.data();
     float low = 1.0f;
+    TraceEdge(INT_MAX, INT_MIN, low, edges, m, width, height);  // a start far outside reaches nothing
     TraceEdge(0, 0, low, edges, m, width, height);
     EXPECT_EQ(std::count(map.begin(), map.end(), 255), chain);
 }

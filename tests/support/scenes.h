@@ -59,7 +59,7 @@ struct Scene {
             const int upColumn[] = {c, height - 1 - r, width - 1 - c, r};
             const int turn = imageAngle / 90;
             const bool sky = (upRow[turn] - midRow) * over < (upColumn[turn] - centre) * fall;
-            return (sky ? 190 : 70) + random.below(2 * grain + 1) - grain;
+            return (sky ? 190 : 70) + (grain > 0 ? random.below(2 * grain + 1) - grain : 0);
         });
     }
 };
