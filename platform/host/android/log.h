@@ -26,9 +26,9 @@ typedef enum android_LogPriority {
 
 /** One line as the logger function receives it; the strings are valid during the call only. */
 struct __android_log_message {
-    size_t struct_size;  /**< sizeof(struct __android_log_message) */
-    int32_t buffer_id;   /**< 0, the main buffer */
-    int32_t priority;    /**< an android_LogPriority */
+    size_t struct_size; /**< sizeof(struct __android_log_message) */
+    int32_t buffer_id;  /**< 0, the main buffer */
+    int32_t priority;   /**< an android_LogPriority */
     const char* tag;
     const char* file;    /**< always null here */
     uint32_t line;       /**< always 0 here */
