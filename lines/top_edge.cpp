@@ -7,6 +7,7 @@
 #include <limits>
 #include <memory>
 
+#include "platform/dispatch.h"
 #include "platform/log.h"
 #include "platform/sizes.h"
 
@@ -19,6 +20,37 @@ constexpr double noAngle = std::numeric_limits<double>::max();
 
 bool isShare(double ratio) { return !(ratio < 0.0) && !(ratio > 1.0); }
 
+// In pieces, each of which the compiler can look through in vectors.
+SKYLEVEL_KERNEL bool holdsEdge(const unsigned char* pixels, std::int64_t count) {
+    constexpr std::int64_t piece = 1024;
+    for (std::int64_t start = 0; start < count; start += piece) {
+        const std::int64_t end = std::min(start + piece, count);
+        unsigned char found = 0;
+        for (std::int64_t i = start; i < end; ++i) found |= pixels[i] == edge ? 1 : 0;
+        if (found != 0) return true;
+    }
+    return false;
+}
+
+constexpr int noRow = -1;
+
+// Row by row, for a row lies in memory in one piece: the first row of every column that holds an edge
+// pixel, noRow where none does.
+// returns the number of columns that have one
+SKYLEVEL_KERNEL int findFirstRows(const unsigned char* edges, int width, int firstRow, int height, int* rows) {
+    std::fill_n(rows, width, noRow);
+    int count = 0;
+    for (int r = firstRow; r < height && count < width; ++r) {
+        const unsigned char* const row = edges + std::ptrdiff_t{r} * width;
+        for (int c = 0; c < width; ++c) {
+            const bool first = (row[c] == edge) & (rows[c] == noRow);
+            rows[c] = first ? r : rows[c];
+            count += first ? 1 : 0;
+        }
+    }
+    return count;
+}
+
 // The first edge pixel from the top of every column that has one, in column order.
 struct Profile {
     explicit Profile(int capacity)
@@ -29,20 +61,17 @@ struct Profile {
     std::unique_ptr<int[]> points;  // the columns, then the rows
     int* rows;
     int count = 0;
-    int highestRow = 0;
 };
 
-Profile traceTopEdge(const unsigned char* edges, int width, int height) {
+// firstRow  no row above it holds an edge pixel
+Profile traceTopEdge(const unsigned char* edges, int width, int firstRow, int height) {
     Profile profile(width);
-    profile.highestRow = height;
+    vectorised<findFirstRows>(edges, width, firstRow, height, profile.rows);
     for (int c = 0; c < width; ++c) {
-        int r = 0;
-        while (r < height && edges[std::ptrdiff_t{r} * width + c] != edge) ++r;
-        if (r == height) continue;
+        if (profile.rows[c] == noRow) continue;
         profile.columns()[profile.count] = c;
-        profile.rows[profile.count] = r;
+        profile.rows[profile.count] = profile.rows[c];
         ++profile.count;
-        profile.highestRow = std::min(profile.highestRow, r);
     }
     return profile;
 }
@@ -86,10 +115,13 @@ int detectTopEdge(const unsigned char* edges, int width, int height, const Horiz
     if (!isShare(parameters->rowRatio) || !isShare(parameters->coverageRatio)) return -1;
     angle = noAngle;
 
-    Profile profile = traceTopEdge(edges, width, height);
-    if (!(profile.count > width * parameters->coverageRatio)) return 0;
     // A horizon lies below everything else that has an edge: the whole profile is low in the map.
-    if (!(profile.highestRow > height * parameters->rowRatio)) return 0;
+    const double rowLimit = height * parameters->rowRatio;
+    if (!(height - 1 > rowLimit)) return 0;
+    const int firstLow = static_cast<int>(rowLimit) + 1;
+    if (vectorised<holdsEdge>(edges, std::int64_t{firstLow} * width)) return 0;
+    Profile profile = traceTopEdge(edges, width, firstLow, height);
+    if (!(profile.count > width * parameters->coverageRatio)) return 0;
     if (fitPrincipalAxis(profile.columns(), profile.rows, profile.count, line) != 0) return -1;
     if (line.residual < parameters->maxResidual) angle = line.angle;
     return 0;
