@@ -7,13 +7,16 @@
 #include <limits>
 #include <memory>
 
+#include "geometry/blend.h"
+#include "geometry/row_span.h"
+#include "platform/dispatch.h"
 #include "platform/sizes.h"
 #include "skylevel/skylevel.h"
 
+namespace skylevel {
 namespace {
 
 constexpr double pi = 3.141592653589793;
-constexpr int channels = 3;
 
 struct Rotation {
     double c;
@@ -50,44 +53,58 @@ bool fitsInt(const Canvas& canvas) {
     return canvas.width <= limit && canvas.height <= limit && canvas.width * canvas.height <= limit;
 }
 
-// One pixel between four neighbours. double, products rounded before the adds, the lower right
-// neighbour before the lower left one, truncated.
-void blend(const unsigned char* upper, const unsigned char* lower, double fx, double fy, unsigned char* out) {
-    const double w00 = (1.0 - fx) * (1.0 - fy);
-    const double w10 = fx * (1.0 - fy);
-    const double w11 = fx * fy;
-    const double w01 = (1.0 - fx) * fy;
-    for (int k = 0; k < channels; ++k) {
-        const double sum = ((upper[k] * w00 + upper[channels + k] * w10) + lower[channels + k] * w11) + lower[k] * w01;
-        out[k] = static_cast<unsigned char>(sum);
+struct Source {
+    const unsigned char* pixels;
+    int width;
+    int height;
+};
+
+// The last column and row have no neighbours to blend with.
+void copyPixels(const Source& src, Axis x, Axis y, Interval columns, unsigned char* out) {
+    for (std::int64_t i = columns.begin; i < columns.end; ++i, out += channels) {
+        const auto column = static_cast<double>(i);
+        const auto x0 = static_cast<int>(x.at(column));
+        const auto y0 = static_cast<int>(y.at(column));
+        std::memcpy(out, src.pixels + (std::ptrdiff_t{y0} * src.width + x0) * channels, channels);
     }
 }
 
-// One canvas row at height y above the pivot; pixels outside the source stay as they are.
-void turnRow(const unsigned char* src, int width, int height, const Rotation& turn, std::int64_t left, std::int64_t y,
-             unsigned char* out, std::int64_t outWidth) {
-    const std::ptrdiff_t pitch = std::ptrdiff_t{width} * channels;
-    const auto row = static_cast<double>(y);
-    for (std::int64_t i = 0; i < outWidth; ++i, out += channels) {
-        const auto column = static_cast<double>(left + i);
-        const double sx = turn.s * row + turn.c * column;
-        const double sy = turn.c * row - turn.s * column;
-        if (sx < 0.0 || sy >= height || sy < 0.0 || sx >= width) continue;
-        const int x0 = static_cast<int>(sx);
-        const int y0 = static_cast<int>(sy);
-        const unsigned char* const pixel = src + y0 * pitch + std::ptrdiff_t{x0} * channels;
-        if (x0 == width - 1 || y0 == height - 1)
-            std::memcpy(out, pixel, channels);
-        else
-            blend(pixel, pixel + pitch, sx - x0, sy - y0, out);
+// Some columns of the canvas row at height row above the pivot: black, copied, blended, copied, black.
+void turnRow(const Source& src, const Rotation& turn, std::int64_t row, Interval columns, unsigned char* out) {
+    const auto height = static_cast<double>(row);
+    const Axis x = {turn.s * height, turn.c};
+    const Axis y = {turn.c * height, -turn.s};
+    const Interval seen = y.within(src.height, x.within(src.width, columns));
+    const Interval blended = y.within(src.height - 1, x.within(src.width - 1, seen));
+    const auto at = [&](std::int64_t column) { return out + (column - columns.begin) * channels; };
+    std::fill(at(columns.begin), at(seen.begin), 0);
+    copyPixels(src, x, y, {seen.begin, blended.begin}, at(seen.begin));
+    vectorised<blendPixels>(src.pixels, src.width, x, y, blended, at(blended.begin));
+    copyPixels(src, x, y, {blended.end, seen.end}, at(blended.end));
+    std::fill(at(seen.end), at(columns.end), 0);
+}
+
+// Turns the canvas in upright strips, in which a row crosses few enough source rows for their cache lines
+// to be at hand still when the next row comes by. By whole rows a turn of 12 megapixels by 90 degrees
+// takes nearly twice as long.
+void turnPicture(const Source& src, const Rotation& turn, const Canvas& canvas, unsigned char* out) {
+    constexpr double sourceRows = 768.0;
+    const auto strip =
+        static_cast<std::int64_t>(std::min(sourceRows / std::fabs(turn.s), static_cast<double>(canvas.width)));
+    for (std::int64_t i = 0; i < canvas.width; i += strip) {
+        const Interval columns = {canvas.left + i, canvas.left + std::min(i + strip, canvas.width)};
+        for (std::int64_t j = 0; j < canvas.height; ++j)
+            turnRow(src, turn, canvas.top + j, columns, out + (j * canvas.width + i) * channels);
     }
 }
 
 }  // namespace
+}  // namespace skylevel
 
 int TiltCorrection::rotateImage(unsigned char* src, int width, int height, unsigned char*& dst, int& dstWidth,
                                 int& dstHeight, double angle) {
-    if (!(angle <= 180.0) || src == nullptr || !skylevel::isPlane(width, height) || !(angle >= -180.0)) return -1;
+    using namespace skylevel;
+    if (!(angle <= 180.0) || src == nullptr || !isPlane(width, height) || !(angle >= -180.0)) return -1;
 
     if (std::fabs(angle) <= std::numeric_limits<double>::epsilon()) {
         std::unique_ptr<unsigned char[]> copy(new unsigned char[byteCount(width, height)]);
@@ -102,10 +119,9 @@ int TiltCorrection::rotateImage(unsigned char* src, int width, int height, unsig
     const Rotation turn = {std::cos(radians), std::sin(radians)};
     const Canvas canvas = turnedCanvas(width, height, turn);
     if (!fitsInt(canvas)) return -1;
-    std::unique_ptr<unsigned char[]> turned(new unsigned char[byteCount(canvas.width, canvas.height)]());
-    for (std::int64_t j = 0; j < canvas.height; ++j)
-        turnRow(src, width, height, turn, canvas.left, canvas.top + j, turned.get() + byteCount(canvas.width, j),
-                canvas.width);
+    // Not cleared: every byte is written.
+    std::unique_ptr<unsigned char[]> turned(new unsigned char[byteCount(canvas.width, canvas.height)]);
+    turnPicture({src, width, height}, turn, canvas, turned.get());
     dstWidth = static_cast<int>(canvas.width);
     dstHeight = static_cast<int>(canvas.height);
     dst = turned.release();
