@@ -76,7 +76,7 @@ TEST(Rotation, IsItsDefinitionToTheBit) {
     for (const auto& [width, height] : sizes)
         for (const double angle : {1e-15, 10.0, -10.0, 30.5, 45.0, -89.9, 90.0, -90.0, 123.0, 180.0, -180.0}) {
             // Every other picture is full: there the blend stands on the edge between two values.
-            const auto value = [&](int, int c) { return width % 2 == 0 ? 255 : (c * 2654435761U) >> 24; };
+            const auto value = [even = width % 2 == 0](int, int c) { return even ? 255 : (c * 2654435761U) >> 24; };
             const Bytes rgb = paint(3 * width * height, 1, 3 * width * height, value).pixels;
             const Turned turned = turn(rgb, width, height, angle);
             const Turned plain = plainTurn(rgb, width, height, angle);
