@@ -2,6 +2,7 @@
 
 #include <android/log.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <CLI/CLI.hpp>
 #include <cstdio>
@@ -10,6 +11,7 @@
 #include <system_error>
 
 #include "tools/command_line.h"
+#include "tools/files.h"
 #include "tools/report.h"
 
 namespace skylevel {
@@ -48,7 +50,7 @@ void complain(const std::string& name, const std::string& reason) {
 
 std::optional<FileIdentity> identify(const std::string& name) {
     struct stat status = {};
-    if (::stat(name.c_str(), &status) != 0) return {};
+    if ((name == standardInput ? ::fstat(STDIN_FILENO, &status) : ::stat(name.c_str(), &status)) != 0) return {};
     return FileIdentity(status.st_dev, status.st_ino);
 }
 

@@ -63,9 +63,12 @@ TEST(Overlay, NeverReplacesAPhoto) {
     ASSERT_EQ(symlink(photo.c_str(), folder.file("link.png").c_str()), 0);
     for (const auto& [option, value] :
          {std::pair{"--overlay", photo}, {"--overlay", folder.file("link.png")}, {"--overlay-dir", folder.file("")}}) {
-        const ToolRun run = runTool({"detect", option, value, photo});
-        EXPECT_EQ(run.status, 2);
-        EXPECT_NE(run.err.find("would replace a photo"), std::string::npos) << run.err;
+        for (const std::string& name : {photo, std::string("-")}) {
+            if (name == "-" && option == std::string("--overlay-dir")) continue;  // stdin.png is free
+            const ToolRun run = runTool({"detect", option, value, name}, photo);
+            EXPECT_EQ(run.status, 2);
+            EXPECT_NE(run.err.find("would replace a photo"), std::string::npos) << run.err;
+        }
         EXPECT_EQ(bytesOf(photo), before);
     }
 }
