@@ -4,7 +4,9 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <type_traits>
 
+#include "platform/dispatch.h"
 #include "platform/log.h"
 #include "skylevel/skylevel.h"
 
@@ -27,6 +29,39 @@ void fillOffsets(int* offsets, int count, float start, float step, int width) {
         offsets[k] = clampedIndex(position, width) & ~1;
         position += step;
     }
+}
+
+void takeRow(const unsigned char* row, const int* offsets, unsigned char* out, int count) {
+    for (int k = 0; k < count; ++k) out[k] = row[offsets[k]];
+}
+
+// The offsets of a true 4:1 reduction, forward or backward.
+bool isEveryFourth(const int* offsets, int count, bool backward) {
+    const int step = backward ? -4 : 4;
+    for (int k = 1; k < count; ++k)
+        if (offsets[k] - offsets[k - 1] != step) return false;
+    return true;
+}
+
+SKYLEVEL_KERNEL void takeEveryFourth(const unsigned char* row, unsigned char* out, int count) {
+    for (int k = 0; k < count; ++k) out[k] = row[std::ptrdiff_t{4} * k];
+}
+
+// From the right end of the row, where it starts, to the left.
+SKYLEVEL_KERNEL void takeEveryFourthBackward(const unsigned char* row, unsigned char* out, int count) {
+    const unsigned char* const last = row - std::ptrdiff_t{4} * (count - 1);
+    for (int k = 0; k < count; ++k) out[count - 1 - k] = last[std::ptrdiff_t{4} * k];
+}
+
+// Output columns that are filled together: a cache line of a source row then serves several output rows
+// before it has to make room.
+constexpr int bandWidth = 16;
+
+template <typename Count>
+void takeBand(const unsigned char* const* rows, const int* offsets, unsigned char* out, int height, int pitch,
+              Count width) {
+    for (int r = 0; r < height; ++r, out += pitch)
+        for (int c = 0; c < width; ++c) out[c] = rows[c][offsets[r]];
 }
 
 }  // namespace
@@ -62,17 +97,27 @@ void sampleOriented(const unsigned char* src, int width, int height, int stride,
         return src + std::ptrdiff_t{rowsBackward ? height - 1 - row : row} * stride;
     };
     if (exchanged) {
-        // Down the output columns, so that each source row is found once.
-        for (int c = 0; c < smallWidth; ++c) {
-            const unsigned char* const row = sourceRow(c);
-            for (int r = 0; r < smallHeight; ++r) dst[std::ptrdiff_t{r} * smallWidth + c] = row[offsets[r]];
+        for (int c = 0; c < smallWidth; c += bandWidth) {
+            const int count = std::min(bandWidth, smallWidth - c);
+            const unsigned char* rows[bandWidth];
+            for (int k = 0; k < count; ++k) rows[k] = sourceRow(c + k);
+            if (count == bandWidth)
+                takeBand(rows, offsets, dst + c, smallHeight, smallWidth, std::integral_constant<int, bandWidth>());
+            else
+                takeBand(rows, offsets, dst + c, smallHeight, smallWidth, count);
         }
-    } else {
-        for (int r = 0; r < smallHeight; ++r) {
-            const unsigned char* const row = sourceRow(r);
-            unsigned char* const out = dst + std::ptrdiff_t{r} * smallWidth;
-            for (int c = 0; c < smallWidth; ++c) out[c] = row[offsets[c]];
-        }
+        return;
+    }
+    const bool isDirect = isEveryFourth(offsets, smallWidth, columnsBackward);
+    for (int r = 0; r < smallHeight; ++r) {
+        const unsigned char* const row = sourceRow(r);
+        unsigned char* const out = dst + std::ptrdiff_t{r} * smallWidth;
+        if (!isDirect)
+            takeRow(row, offsets, out, smallWidth);
+        else if (columnsBackward)
+            vectorised<takeEveryFourthBackward>(row + offsets[0], out, smallWidth);
+        else
+            vectorised<takeEveryFourth>(row + offsets[0], out, smallWidth);
     }
 }
 

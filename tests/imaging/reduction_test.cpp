@@ -55,11 +55,14 @@ TEST(Reduction, SamplesTheStatedPixels) {
     EXPECT_EQ(reduced(tens, 90, 4, 4), (Plane{70, 50, 30, 10, 72, 52, 32, 12, 74, 54, 34, 14, 76, 56, 36, 16}));
     EXPECT_EQ(reduced(tens, 180, 4, 4), (Plane{76, 74, 72, 70, 56, 54, 52, 50, 36, 34, 32, 30, 16, 14, 12, 10}));
     EXPECT_EQ(reduced(tens, 270, 4, 4), (Plane{6, 26, 46, 66, 4, 24, 44, 64, 2, 22, 42, 62, 0, 20, 40, 60}));
-    const int sizes[][5] = {// width, height, padding, and the reduced size
-                            {1, 1, 1, 1, 1},          {5, 3, 2, 1, 1},          {9, 7, 1, 9, 7},
-                            {31, 17, 9, 7, 4},        {64, 48, 0, 16, 12},      {203, 101, 5, 50, 25},
-                            {3, 2, 0, 11, 13},        {100, 60, 28, 37, 41},    {1, 1, 3, 256, 256},
-                            {1024, 768, 0, 256, 192}, {1027, 770, 1, 256, 192}, {30, 20, 1, 2, 256}};
+    std::vector<std::array<int, 5>> sizes = {// width, height, padding, and the reduced size
+                                             {1, 1, 1, 1, 1},          {5, 3, 2, 1, 1},          {9, 7, 1, 9, 7},
+                                             {31, 17, 9, 7, 4},        {64, 48, 0, 16, 12},      {203, 101, 5, 50, 25},
+                                             {3, 2, 0, 11, 13},        {100, 60, 28, 37, 41},    {1, 1, 3, 256, 256},
+                                             {1024, 768, 0, 256, 192}, {1027, 770, 1, 256, 192}, {30, 20, 1, 2, 256}};
+    // Every width of a true 4:1 reduction round the vectors', and of its bands of columns.
+    for (int n = 1; n <= 67; ++n)
+        for (const int odd : {0, 1, 3}) sizes.push_back({4 * n + odd, 3 * n, odd, n, (n + 1) / 2});
     for (const auto& [width, height, padding, smallWidth, smallHeight] : sizes)
         for (const int angle : {0, 90, 180, 270}) {
             const Picture src = noise(width, height, width + padding, 7);
