@@ -84,8 +84,10 @@ unsigned char filtered(const unsigned char* samples, int length, int pitch, int 
 }
 
 TEST_F(Imaging, DecimationFollowsTheTapsAtEverySize) {
-    for (const auto& [width, height] :
-         {std::pair{8, 8}, {9, 15}, {16, 40}, {33, 8}, {7, 64}, {64, 7}, {1, 1}, {271, 130}})
+    std::vector<std::pair<int, int>> sizes = {{8, 8}, {9, 15}, {16, 40}, {33, 8}, {7, 64}, {64, 7}, {1, 1}, {271, 130}};
+    // Every number of lines that is left over from groups of eight, every border of groups of 64 pixels.
+    for (int n = 1; n <= 67; ++n) sizes.emplace_back(60 + n, 75 - n);
+    for (const auto& [width, height] : sizes)
         for (const int top : {255, 1}) {  // two levels only: sums go beyond 0 and 255
             Random random(17);
             const Picture src =
