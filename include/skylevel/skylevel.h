@@ -16,7 +16,9 @@
 ///  - An allocation that fails throws what the standard library throws; nothing leaks on the way. A
 ///    build without exceptions, as on Android, ends there.
 ///  - Results are exact to the last bit given the platform's maths library. The floating-point
-///    environment is the default one: round to nearest, subnormals kept.
+///    environment is the default one: round to nearest, subnormals kept. In another one last bits may
+///    differ and nothing else happens; it stays the caller's.
+///  - No operation needs more than 64 KB of stack.
 #ifndef SKYLEVEL_SKYLEVEL_H
 #define SKYLEVEL_SKYLEVEL_H
 

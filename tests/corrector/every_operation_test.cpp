@@ -1,21 +1,25 @@
 // What all operations have in common: refusals, and memory.
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <bit>
 #include <climits>
 #include <cstdlib>
 #include <functional>
 #include <memory>
 #include <new>
+#include <vector>
 
 #include "skylevel/analysis.h"
+#include "tests/support/bits.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/scenes.h"
 
 namespace {
 
 // Array allocations that still succeed, and those that were not released; the library makes no others.
-int allowed = INT_MAX;
-int alive = 0;
+std::atomic<int> allowed = INT_MAX;
+std::atomic<int> alive = 0;
 
 }  // namespace
 
@@ -94,10 +98,15 @@ TEST(EveryOperation, LeaksNothingWhenAnAllocationFails) {
     const Bytes map(160 * 120), small(40 * 15);
     TiltCorrection gray(scene.pixels.data(), 320, 120, 320);
     TiltCorrection rgb(scene.pixels.data(), 100, 120, 0);
-    const std::function<void()> calls[] = {
-        [&] { gray.detectHorizon(0); },
-        [&] { gray.RGB2SmallGray(scene.pixels.data(), small.data(), 100, 120, 8); },
-        [&] { rgb.autoCorrection(), rgb.manuCorrection(10.0), rgb.autoCorrection(); },
+    // Each returns what it came to, so that a result after a failure can be told from a wrong one.
+    const std::function<std::uint64_t()> calls[] = {
+        [&] { return std::uint64_t(gray.detectHorizon(0) == 0) + std::bit_cast<std::uint64_t>(gray.getRotAngle()); },
+        [&] { return gray.RGB2SmallGray(scene.pixels.data(), small.data(), 100, 120, 8) + fnv1a(small); },
+        [&] {
+            int width = 0, height = 0;
+            rgb.autoCorrection(), rgb.manuCorrection(10.0), rgb.getRotImageSize(width, height), rgb.autoCorrection();
+            return std::uint64_t(1000 * width + height);
+        },
         [&] {
             // Every pixel is an edge and a segment: both lists outgrow their first size.
             std::fill(map.begin(), map.end(), 255);
@@ -107,15 +116,17 @@ TEST(EveryOperation, LeaksNothingWhenAnAllocationFails) {
             const auto release = [](_Line** list) { delete[] * list; };
             const std::unique_ptr<_Line*, decltype(release)> owner(&lines, release);
             houghLine(map.data(), 160, 120, &params.rho, lines, count);
+            return fnv1a(std::vector<int>(&lines->x0, &lines->x0 + 6 * std::ptrdiff_t{count}));
         },
     };
     for (const auto& call : calls) {
+        const std::uint64_t expected = call();
         const int before = alive;
         int successes = 0;
         for (bool failed = true; failed; ++successes) {
             allowed = successes;
             try {
-                call();
+                EXPECT_EQ(call(), expected);
                 failed = false;
             } catch (const std::bad_alloc&) {
             }

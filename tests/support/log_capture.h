@@ -17,7 +17,7 @@ struct LogCapture {
         __android_log_set_minimum_priority(ANDROID_LOG_DEBUG);
         __android_log_set_logger([](const __android_log_message* line) {
             EXPECT_STREQ(line->tag, "TILT_CORRECTION");
-            lines.push_back(std::string(1, "??VDIWEF"[line->priority]) + " " + line->message);
+            lines.push_back(std::string{"??VDIWEF"[line->priority], ' '} + line->message);
         });
     }
     ~LogCapture() {
