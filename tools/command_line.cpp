@@ -4,6 +4,7 @@
 
 #include <CLI/CLI.hpp>
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <iostream>
 #include <string>
@@ -13,6 +14,7 @@
 
 #include "skylevel/skylevel.h"
 #include "tools/detect_command.h"
+#include "tools/interruption.h"
 #include "tools/orientation_command.h"
 #include "tools/photo.h"
 #include "tools/report.h"
@@ -41,7 +43,8 @@ int refuse(const std::string& reason) {
 
 // Lines that did not reach standard output are an error even if everything else went well.
 int afterOutput(int status) {
-    if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0) return status;
+    const bool written = std::fflush(stdout) == 0 && std::ferror(stdout) == 0;
+    if (written || interruption() == SIGPIPE) return status;
     std::fprintf(stderr, "skylevel: standard output: %s\n", std::generic_category().message(errno).c_str());
     return trouble;
 }

@@ -1,6 +1,5 @@
 #include "tools/command_parts.h"
 
-#include <android/log.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -30,9 +29,6 @@ void addDecisionOptions(CLI::App& command, DetectOptions& options) {
     command.add_option("--max-pixels", options.maxPixels, "Refuse larger photos (default 500000000)")
         ->check(CLI::Range(1, std::numeric_limits<int>::max()).description(""))
         ->type_name("N");
-    command.add_flag_callback(
-        "--log", [] { __android_log_set_minimum_priority(ANDROID_LOG_DEBUG); },
-        "Show the library's diagnostic lines on standard error");
 }
 
 std::string checkDegrees(const std::string& text, double least, double most) {

@@ -15,7 +15,7 @@ class App;
 
 namespace skylevel {
 
-// --threshold, --gray, --max-pixels and --log. The options must outlive the parser.
+// --threshold, --gray and --max-pixels. The options must outlive the parser.
 void addDecisionOptions(CLI::App& command, DetectOptions& options);
 
 // A check for an option: an error text unless the argument is a number in this range. NaN is in none.

@@ -60,6 +60,7 @@ DetectResult readAndDecide(const DetectJob& job, const DetectOptions& options) {
     try {
         photo = decodePhoto(bytes, PixelWish::rgb, options.maxPixels);
         photo.orientation = result.orientation;
+        if (job.makesFolder) makeFolderOf(job.overlay);
         writeFile(job.overlay, drawOverlay(photo, result.decision));
     } catch (const FileError& error) {
         result.overlayError = error.what();

@@ -20,8 +20,9 @@ struct DetectOptions {
 
 // A photo to decide on. Everything about it is known beforehand, so that photos can be worked on in any order.
 struct DetectJob {
-    std::string name;     // as on the command line; standardInput for standard input
-    std::string overlay;  // PNG file to draw the decision into; empty for none
+    std::string name;          // standardInput for standard input
+    std::string overlay;       // PNG file to draw the decision into; empty for none
+    bool makesFolder = false;  // what is missing of the path to the overlay
 };
 
 struct Decision {

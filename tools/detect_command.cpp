@@ -7,7 +7,9 @@
 
 #include "tools/command_line.h"
 #include "tools/command_parts.h"
+#include "tools/csv.h"
 #include "tools/files.h"
+#include "tools/inputs.h"
 #include "tools/report.h"
 
 namespace skylevel {
@@ -26,15 +28,16 @@ stored proportions, and so stretched. Its angle is given as it is in the upright
 photo, followed by the one that met the threshold ("decided at").
 
 Exit status: 0 when a photo has a horizon, 1 when none has, 2 on an error (but 0
-with --quiet when a horizon was found).)";
+with --quiet when a horizon was found), 130 or 143 when a signal ended it.)";
 
 // Name of the overlay for each photo: that of the photo, numbered where several would get the same.
 class OverlayNames {
 public:
     explicit OverlayNames(const std::string& folderName) : folder(folderName) {}
 
-    std::string next(const std::string& photo) {
-        const std::string stem = photo == standardInput ? "stdin" : std::filesystem::path(photo).stem().string();
+    std::string next(const Input& photo) {
+        const std::filesystem::path place(photo.name == standardInput ? "stdin" : photo.place);
+        const std::string stem = (place.parent_path() / place.stem()).string();
         std::string name = stem;
         for (int number = 2; !used.insert(name).second; ++number) name = stem + "-" + std::to_string(number);
         return (folder / (name + ".png")).string();
@@ -61,13 +64,12 @@ void protectPhotos(const std::vector<DetectJob>& jobs) {
 
 DetectCommand::DetectCommand(CLI::App& tool) : command(tool.add_subcommand("detect", summary)) {
     command->footer(notes);
-    command->add_option("PHOTO", photos, "JPEG or PNG files; - is standard input")->required()->type_name("");
+    addBatchOptions(*command, batch);
     addDecisionOptions(*command, options);
     command->add_option("--orientation", options.turn, "Clockwise turn that makes the photos upright, instead of EXIF")
         ->check(CLI::IsMember({0, 90, 180, 270}).description(""))
         ->type_name("0|90|180|270");
-    command->add_flag("--json", json, "A JSON object per photo and line, nothing else");
-    command->add_flag("-q,--quiet", quiet, "No output but errors; stop at the first horizon");
+    command->add_flag("-q,--quiet", batch.quiet, "No output but errors; stop at the first horizon");
     const auto named = [](const std::string& name) { return name.empty() ? "needs a name" : std::string(); };
     command->add_option("--overlay", overlay, "Draw the decision on the one photo given into a PNG file")
         ->check(named, "")
@@ -78,16 +80,16 @@ DetectCommand::DetectCommand(CLI::App& tool) : command(tool.add_subcommand("dete
 }
 
 void DetectCommand::checkOptions() const {
-    if (json && quiet) throw UsageError("--json and --quiet exclude each other");
+    checkBatchOptions(batch);
     if (!overlay.empty() && !overlayFolder.empty()) throw UsageError("--overlay and --overlay-dir exclude each other");
-    if (!overlay.empty() && photos.size() > 1) throw UsageError("--overlay is for one photo; use --overlay-dir");
 }
 
 std::vector<DetectJob> DetectCommand::makeJobs() const {
     std::vector<DetectJob> jobs;
     OverlayNames names(overlayFolder);
-    for (const std::string& photo : photos)
-        jobs.push_back({photo, overlayFolder.empty() ? overlay : names.next(photo)});
+    for (const Input& photo : findInputs(batch.photos, batch.recursive, overlayFolder))
+        jobs.push_back({photo.name, overlayFolder.empty() ? overlay : names.next(photo), !overlayFolder.empty()});
+    if (!overlay.empty() && jobs.size() > 1) throw UsageError("--overlay is for one photo; use --overlay-dir");
     protectPhotos(jobs);
     return jobs;
 }
@@ -96,25 +98,34 @@ void DetectCommand::print(const DetectJob& job, const DetectResult& result) cons
     if (!result.error.empty()) complain(job.name, result.error);
     for (const std::string& warning : result.warnings) complain(job.name, "warning: " + warning);
     if (!result.overlayError.empty()) complain(job.overlay, result.overlayError);
-    if (quiet || (!result.error.empty() && !json)) return;
-    std::puts((json ? reportJson(job, result, options) : reportLine(job, result)).c_str());
+    if (batch.json)
+        putLine(reportJson(job, result, options));
+    else if (batch.csv)
+        putLine(reportCsv(job, result, options), csvEnd);
+    else if (!batch.quiet && result.error.empty())
+        putLine(reportLine(job, result));
 }
 
 int DetectCommand::run() {
     checkOptions();
     const std::vector<DetectJob> jobs = makeJobs();
     if (!overlayFolder.empty()) makeFolder(overlayFolder);
-    bool anyHorizon = false;
-    bool anyError = false;
-    for (const DetectJob& job : jobs) {
-        const DetectResult result = detect(job, options);
-        print(job, result);
-        anyHorizon = anyHorizon || result.decision.horizon;
-        anyError = anyError || !result.error.empty() || !result.overlayError.empty();
-        if (quiet && anyHorizon && job.overlay.empty()) break;
-    }
-    if (anyError && !(quiet && anyHorizon)) return trouble;
-    return anyHorizon ? found : notFound;
+    if (batch.csv) putLine(detectCsvHeader(), csvEnd);
+    Tally tally;
+    runBatch<DetectResult>(
+        batch, jobs.size(), [&](std::size_t photo) { return detect(jobs[photo], options); },
+        [&](std::size_t photo, const DetectResult& result) {
+            const DetectJob& job = jobs[photo];
+            print(job, result);
+            ++tally.photos;
+            tally.read += result.error.empty() ? 1 : 0;
+            tally.horizons += result.decision.horizon ? 1 : 0;
+            tally.failed += result.error.empty() && result.overlayError.empty() ? 0 : 1;
+            return !(batch.quiet && tally.horizons > 0 && job.overlay.empty());
+        });
+    if (batch.summary) tellSummary(tally);
+    if (tally.failed > 0 && !(batch.quiet && tally.horizons > 0)) return batchStatus(trouble);
+    return batchStatus(tally.horizons > 0 ? found : notFound);
 }
 
 }  // namespace skylevel

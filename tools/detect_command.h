@@ -3,6 +3,7 @@
 #include <string>
 #include <vector>
 
+#include "tools/batch_command.h"
 #include "tools/detect.h"
 
 namespace CLI {
@@ -27,11 +28,9 @@ private:
 
     CLI::App* command;
     DetectOptions options;
-    std::vector<std::string> photos;
+    BatchOptions batch;
     std::string overlay;
     std::string overlayFolder;
-    bool json = false;
-    bool quiet = false;
 };
 
 }  // namespace skylevel

@@ -1,6 +1,7 @@
 #include "tools/files.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -12,6 +13,8 @@
 #include <optional>
 #include <system_error>
 #include <utility>
+
+#include "tools/interruption.h"
 
 namespace skylevel {
 namespace {
@@ -38,8 +41,10 @@ public:
     std::size_t read(std::span<unsigned char> buffer) const {
         std::size_t filled = 0;
         while (filled < buffer.size()) {
+            wait();
             const ssize_t count = ::read(handle, buffer.data() + filled, buffer.size() - filled);
-            if (count < 0 && errno == EINTR) continue;
+            if (count < 0 && (errno == EINTR || errno == EAGAIN)) continue;
+            if (count < 0 && errno == EISDIR) throw FileError("is a folder; -r takes the photos in it");
             if (count < 0) throwErrno();
             if (count == 0) break;
             filled += static_cast<std::size_t>(count);
@@ -70,6 +75,14 @@ public:
     }
 
 private:
+    // For something to read, of which a pipe or a terminal may have nothing for long.
+    void wait() const {
+        pollfd both[] = {{handle, POLLIN, 0}, {interruptionDescriptor(), POLLIN, 0}};
+        while (::poll(both, std::size(both), -1) < 0)
+            if (errno != EINTR) throwErrno();
+        if (both[0].revents == 0) throw FileError("interrupted");
+    }
+
     int handle;
 };
 
@@ -131,7 +144,9 @@ std::optional<mode_t> rightsOf(const std::string& name) {
 }  // namespace
 
 Bytes readFile(const std::string& name, void (*accepts)(std::span<const unsigned char> start)) {
-    const Descriptor file(name == standardInput ? STDIN_FILENO : ::open(name.c_str(), O_RDONLY | O_CLOEXEC));
+    // Not to wait for somebody who fills a pipe: that is done where it can be interrupted.
+    const int flags = O_RDONLY | O_CLOEXEC | O_NONBLOCK;
+    const Descriptor file(name == standardInput ? STDIN_FILENO : ::open(name.c_str(), flags));
     Bytes bytes;
     for (;;) {
         const std::size_t before = bytes.size();
@@ -143,6 +158,13 @@ Bytes readFile(const std::string& name, void (*accepts)(std::span<const unsigned
         if (count < step) return bytes;
         if (bytes.size() > sizeLimit) throw FileError("larger than 4 GiB");
     }
+}
+
+void makeFolderOf(const std::string& name) {
+    std::error_code error;
+    const std::filesystem::path folder = std::filesystem::path(name).parent_path();
+    if (!folder.empty()) std::filesystem::create_directories(folder, error);
+    if (error) throw FileError(error.message());
 }
 
 void writeFile(const std::string& name, std::span<const unsigned char> bytes, Existing existing) {

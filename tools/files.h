@@ -21,7 +21,11 @@ constexpr const char* standardInput = "-";
 // Reads a file or standard input to its end.
 // accepts  sees the first bytes (at least 12 unless there are fewer) before the rest is read, and throws
 //          when they will not do, so that a device or a huge file of another kind is not swallowed
+// An interruption ends the wait for a pipe or a terminal with a FileError.
 Bytes readFile(const std::string& name, void (*accepts)(std::span<const unsigned char> start));
+
+// Makes the folders on the way to a file, as far as they are missing. Throws a FileError.
+void makeFolderOf(const std::string& name);
 
 enum class Existing { replace, refuse };
 

@@ -1,6 +1,8 @@
 #include "tools/photo.h"
 
 #include <algorithm>
+#include <cctype>
+#include <filesystem>
 #include <iterator>
 
 namespace skylevel {
@@ -33,6 +35,15 @@ Photo decodePhoto(std::span<const unsigned char> bytes, PixelWish wish, std::int
 }
 
 const char* formatName(PhotoFormat format) { return format == PhotoFormat::png ? "png" : "jpeg"; }
+
+std::optional<PhotoFormat> formatOfName(const std::string& name) {
+    std::string extension = std::filesystem::path(name).extension().string();
+    std::transform(extension.begin(), extension.end(), extension.begin(),
+                   [](unsigned char letter) { return static_cast<char>(std::tolower(letter)); });
+    if (extension == ".jpg" || extension == ".jpeg" || extension == ".jpe") return PhotoFormat::jpeg;
+    if (extension == ".png") return PhotoFormat::png;
+    return {};
+}
 
 void checkSize(std::int64_t width, std::int64_t height, std::int64_t maxPixels) {
     if (width > longestSide || height > longestSide)

@@ -3,6 +3,7 @@
 
 #include <array>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -60,6 +61,9 @@ std::string jpegLibrary();
 std::string pngLibrary();
 
 const char* formatName(PhotoFormat format);
+
+// The format that the extension of a file's name promises; nothing of another extension.
+std::optional<PhotoFormat> formatOfName(const std::string& name);
 
 // For the readers: refuses a size that the header promises.
 void checkSize(std::int64_t width, std::int64_t height, std::int64_t maxPixels);

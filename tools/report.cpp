@@ -3,6 +3,7 @@
 #include <cmath>
 #include <cstdio>
 
+#include "tools/csv.h"
 #include "tools/report_json.h"
 
 namespace skylevel {
@@ -56,6 +57,37 @@ bool isControl(std::string_view sequence) {
 
 Json orNull(const std::optional<double>& value) { return value ? Json(*value) : Json(nullptr); }
 
+constexpr const char* columns[] = {"file",  "horizon", "angle", "verdict",  "decisionAngle", "threshold", "format",
+                                   "width", "height",  "turn",  "mirrored", "warnings",      "overlay",   "error"};
+
+Json objectOf(const DetectJob& job, const DetectResult& result, const DetectOptions& options) {
+    Json object;
+    object["file"] = job.name;
+    if (!result.error.empty()) {
+        object["error"] = result.error;
+    } else {
+        addDecision(object, result.decision);
+        object["threshold"] = options.threshold;
+        object["format"] = formatName(result.format);
+        object["width"] = result.width;
+        object["height"] = result.height;
+        object["turn"] = result.orientation.turn;
+        object["mirrored"] = result.orientation.mirrored;
+        object["warnings"] = result.warnings;
+        if (!job.overlay.empty() && result.overlayError.empty()) object["overlay"] = job.overlay;
+    }
+    return object;
+}
+
+std::string csvField(const Json& value) {
+    if (value.is_null()) return "";
+    if (value.is_string()) return value.get<std::string>();
+    if (!value.is_array()) return value.dump();
+    std::string list;
+    for (const Json& item : value) list += (list.empty() ? "" : "; ") + csvField(item);
+    return list;
+}
+
 }  // namespace
 
 std::string degrees(double angle) {
@@ -81,23 +113,14 @@ std::string reportLine(const DetectJob& job, const DetectResult& result) {
 }
 
 std::string reportJson(const DetectJob& job, const DetectResult& result, const DetectOptions& options) {
-    Json object;
-    object["file"] = job.name;
-    if (!result.error.empty()) {
-        object["error"] = result.error;
-    } else {
-        addDecision(object, result.decision);
-        object["threshold"] = options.threshold;
-        object["format"] = formatName(result.format);
-        object["width"] = result.width;
-        object["height"] = result.height;
-        object["turn"] = result.orientation.turn;
-        object["mirrored"] = result.orientation.mirrored;
-        object["warnings"] = result.warnings;
-        if (!job.overlay.empty() && result.overlayError.empty()) object["overlay"] = job.overlay;
-    }
-    return jsonLine(object);
+    return jsonLine(objectOf(job, result, options));
 }
+
+std::string reportCsv(const DetectJob& job, const DetectResult& result, const DetectOptions& options) {
+    return csvLine(objectOf(job, result, options), columns);
+}
+
+std::string detectCsvHeader() { return csvHeader(columns); }
 
 void addDecision(Json& object, const Decision& decision) {
     object["horizon"] = decision.horizon;
@@ -107,6 +130,16 @@ void addDecision(Json& object, const Decision& decision) {
 }
 
 std::string jsonLine(const Json& object) { return object.dump(-1, ' ', false, Json::error_handler_t::replace); }
+
+std::string csvLine(const Json& object, std::span<const char* const> columnNames) {
+    std::vector<std::string> fields;
+    for (const char* const name : columnNames) fields.push_back(csvField(object.value(name, Json())));
+    return csvRecord(fields);
+}
+
+std::string csvHeader(std::span<const char* const> columnNames) {
+    return csvRecord({columnNames.begin(), columnNames.end()});
+}
 
 std::string displayName(const std::string& name) {
     return name == standardInput ? "(standard input)" : printable(name);

@@ -17,6 +17,10 @@ std::string reportLine(const DetectJob& job, const DetectResult& result);
 // One JSON object on one line, without its end; always valid UTF-8.
 std::string reportJson(const DetectJob& job, const DetectResult& result, const DetectOptions& options);
 
+// The same as a record of CSV, and the header of such records; without their end.
+std::string reportCsv(const DetectJob& job, const DetectResult& result, const DetectOptions& options);
+std::string detectCsvHeader();
+
 // An angle with its sign, to a hundredth.
 std::string degrees(double angle);
 

@@ -1,6 +1,7 @@
-// What the JSON objects of the commands have in common.
+// What the JSON objects of the commands, and the records made of them, have in common.
 #pragma once
 
+#include <span>
 #include <string>
 
 #include <nlohmann/json.hpp>
@@ -13,6 +14,10 @@ namespace skylevel {
 using Json = nlohmann::ordered_json;
 
 void addDecision(Json& object, const Decision& decision);
+
+// A record of CSV without its end: the members of these names, empty where there is none; lists with "; " between.
+std::string csvLine(const Json& object, std::span<const char* const> columns);
+std::string csvHeader(std::span<const char* const> columns);
 
 // On one line, without its end; bytes that are not UTF-8 are replaced.
 std::string jsonLine(const Json& object);

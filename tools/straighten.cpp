@@ -1,7 +1,5 @@
 #include "tools/straighten.h"
 
-#include <algorithm>
-#include <cctype>
 #include <cmath>
 #include <exception>
 #include <filesystem>
@@ -51,19 +49,10 @@ void checkTurnable(const Photo& photo) {
         throw FileError("in printing inks (CMYK), and so not straightened: its colour profile would no longer fit");
 }
 
-std::string extensionOf(const std::string& name) {
-    std::string extension = std::filesystem::path(name).extension().string();
-    std::transform(extension.begin(), extension.end(), extension.begin(),
-                   [](unsigned char letter) { return static_cast<char>(std::tolower(letter)); });
-    return extension;
-}
-
 // A name must not promise another format than the photo's, unless that is how the photo came.
 void checkName(const StraightenJob& job, PhotoFormat format) {
-    const std::string extension = extensionOf(job.output);
-    const bool namesPng = extension == ".png";
-    const bool namesJpeg = extension == ".jpg" || extension == ".jpeg";
-    if (extension == extensionOf(job.name) || (format == PhotoFormat::png ? !namesJpeg : !namesPng)) return;
+    const std::optional<PhotoFormat> promised = formatOfName(job.output);
+    if (!promised || *promised == format || promised == formatOfName(job.name)) return;
     throw FileError("is a " + std::string(formatName(format)) + " file and stays one, unlike " + job.output);
 }
 
@@ -91,6 +80,7 @@ Bytes turnedFile(const Bytes& bytes, const StraightenJob& job, const StraightenO
 
 void write(const StraightenJob& job, std::span<const unsigned char> bytes, StraightenResult& result) {
     try {
+        if (job.inFolder) makeFolderOf(job.output);
         writeFile(job.output, bytes, job.replace ? Existing::replace : Existing::refuse);
     } catch (const FileError& error) {
         throw FileError("cannot write " + job.output + ": " + error.what());
@@ -100,7 +90,8 @@ void write(const StraightenJob& job, std::span<const unsigned char> bytes, Strai
 
 // Before the work, for writing refuses it again.
 void checkExisting(const StraightenJob& job) {
-    if (!job.replace && std::filesystem::exists(std::filesystem::symlink_status(job.output)))
+    namespace fs = std::filesystem;
+    if (!job.replace && fs::exists(fs::symlink_status(job.output)) && !fs::is_directory(job.name))
         throw FileError("cannot write " + job.output + ": it exists, and --force was not given");
 }
 
@@ -115,7 +106,7 @@ void straighten(const StraightenJob& job, const StraightenOptions& options, Stra
         result.outcome = outcomeOf(*result.decision, options);
     }
     if (result.outcome != Outcome::turned) {
-        if (job.copyLeftAlone) write(job, bytes, result);
+        if (job.inFolder) write(job, bytes, result);
         return;
     }
     if (!options.angle) result.turn = levellingTurn(*result.decision->angle);

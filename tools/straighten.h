@@ -21,10 +21,11 @@ struct StraightenOptions {
 
 // A photo to straighten. Everything about it is known beforehand, so that photos can be worked on in any order.
 struct StraightenJob {
-    std::string name;            // as on the command line; standardInput for standard input
-    std::string output;          // the file to write
-    bool copyLeftAlone = false;  // write a photo that is left alone, too, unchanged
-    bool replace = false;        // an output that exists
+    std::string name;       // standardInput for standard input
+    std::string output;     // the file to write
+    bool inFolder = false;  // that file is one of a folder's: what is missing of the path to it is made, and a photo
+                            // that is left alone is written, too, unchanged
+    bool replace = false;  // an output that exists
 };
 
 enum class Outcome {

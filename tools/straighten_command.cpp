@@ -7,6 +7,7 @@
 
 #include "tools/command_line.h"
 #include "tools/command_parts.h"
+#include "tools/csv.h"
 #include "tools/files.h"
 #include "tools/straighten_report.h"
 
@@ -26,9 +27,11 @@ what was done.
 
 The result has the photo's format and its metadata: only the orientation, the pixel
 sizes and the thumbnail in EXIF change. A file that exists is not replaced, and the
-photo itself never, unless --force or --in-place says so.
+photo itself never, unless --force or --in-place says so. With -r, DIR gets the
+folders of the one that was given.
 
-Exit status: 0 when a photo was turned, 1 when none had to be, 2 on an error.)";
+Exit status: 0 when a photo was turned, 1 when none had to be, 2 on an error, 130 or
+143 when a signal ended it; then the photos that were begun are finished.)";
 
 // Where a name leads in the end, as far as it exists.
 std::string resolved(const std::string& name) {
@@ -44,7 +47,7 @@ StraightenCommand::StraightenCommand(CLI::App& tool) : command(tool.add_subcomma
         return [least, most](const std::string& text) { return checkDegrees(text, least, most); };
     };
     command->footer(notes);
-    command->add_option("PHOTO", photos, "JPEG or PNG files; - is standard input")->required()->type_name("");
+    addBatchOptions(*command, batch);
     command->add_option("-o,--output", output, "The file to write, or the folder; made if missing for several photos")
         ->type_name("FILE|DIR");
     command->add_flag("--in-place", inPlace, "Allow a photo to be replaced by its result; without -o, do so");
@@ -64,42 +67,45 @@ StraightenCommand::StraightenCommand(CLI::App& tool) : command(tool.add_subcomma
         ->check(CLI::Range(1, 100).description(""))
         ->type_name("N");
     addDecisionOptions(*command, options.decision);
-    command->add_flag("--json", json, "A JSON object per photo and line, nothing else");
-    command->add_flag("-q,--quiet", quiet, "No output but errors");
+    command->add_flag("-q,--quiet", batch.quiet, "No output but errors");
 }
 
 bool StraightenCommand::isWanted() const { return command->parsed(); }
 
 bool StraightenCommand::outputIsFolder() const {
-    return !output.empty() && (photos.size() > 1 || output.back() == '/' || fs::is_directory(output));
+    if (output.empty()) return false;
+    const bool several = batch.photos.size() > 1 || (batch.recursive && fs::is_directory(batch.photos.front()));
+    return several || output.back() == '/' || fs::is_directory(output);
 }
 
 void StraightenCommand::checkOptions() const {
-    if (json && quiet) throw UsageError("--json and --quiet exclude each other");
+    checkBatchOptions(batch);
     if (output.empty() && !inPlace) throw UsageError("-o FILE|DIR is missing");
     if (output == standardInput) throw UsageError("-o needs a file; nothing is written to standard output");
-    if (photos.size() > 1 && !output.empty() && fs::exists(output) && !fs::is_directory(output))
+    if (outputIsFolder() && fs::exists(output) && !fs::is_directory(output))
         throw UsageError("-o must be a folder for several photos, and " + output + " is none");
     const bool nameNeeded = output.empty() || outputIsFolder();
-    for (const std::string& photo : photos)
+    for (const std::string& photo : batch.photos)
         if (photo == standardInput && nameNeeded) throw UsageError("standard input has no name; it needs -o FILE");
 }
 
-std::string StraightenCommand::outputFor(const std::string& photo) const {
-    if (output.empty()) return resolved(photo);
-    return outputIsFolder() ? (fs::path(output) / fs::path(photo).filename()).string() : output;
+std::string StraightenCommand::outputFor(const Input& photo) const {
+    if (output.empty()) return resolved(photo.name);
+    return outputIsFolder() ? (fs::path(output) / photo.place).string() : output;
 }
 
 std::vector<StraightenJob> StraightenCommand::makeJobs() const {
+    const std::vector<Input> photos = findInputs(batch.photos, batch.recursive, outputIsFolder() ? output : "");
     std::map<FileIdentity, std::string> inputs;
-    for (const std::string& photo : photos)
-        if (const auto identity = identify(photo)) inputs.emplace(*identity, photo);
+    for (const Input& photo : photos)
+        if (const auto identity = identify(photo.name)) inputs.emplace(*identity, photo.name);
     std::vector<StraightenJob> jobs;
     std::map<std::string, std::string> outputs;  // and the photos they come from
-    for (const std::string& photo : photos) {
+    for (const Input& input : photos) {
+        const std::string& photo = input.name;
         StraightenJob job;
         job.name = photo;
-        job.output = outputFor(photo);
+        job.output = outputFor(input);
         job.replace = force;
         const auto replaced = inputs.find(identify(job.output).value_or(FileIdentity()));
         if (replaced != inputs.end()) {
@@ -109,7 +115,7 @@ std::vector<StraightenJob> StraightenCommand::makeJobs() const {
             job.output = resolved(job.output);  // the file, not a link to it
             job.replace = true;
         } else {
-            job.copyLeftAlone = outputIsFolder();
+            job.inFolder = outputIsFolder();
         }
         const auto [other, isNew] = outputs.emplace(resolved(job.output), photo);
         if (!isNew) throw UsageError(other->second + " and " + photo + " would both be written to " + job.output);
@@ -121,24 +127,38 @@ std::vector<StraightenJob> StraightenCommand::makeJobs() const {
 void StraightenCommand::print(const StraightenJob& job, const StraightenResult& result) const {
     if (!result.error.empty()) complain(job.name, result.error);
     for (const std::string& warning : result.warnings) complain(job.name, "warning: " + warning);
-    if (quiet || (!result.error.empty() && !json)) return;
-    std::puts((json ? reportJson(job, result) : reportLine(job, result)).c_str());
+    if (batch.json)
+        putLine(reportJson(job, result));
+    else if (batch.csv)
+        putLine(reportCsv(job, result), csvEnd);
+    else if (!batch.quiet && result.error.empty())
+        putLine(reportLine(job, result));
 }
 
 int StraightenCommand::run() {
     checkOptions();
     const std::vector<StraightenJob> jobs = makeJobs();
     if (outputIsFolder()) makeFolder(output);
-    bool anyTurned = false;
-    bool anyError = false;
-    for (const StraightenJob& job : jobs) {
-        const StraightenResult result = straighten(job, options);
-        print(job, result);
-        anyError = anyError || !result.error.empty();
-        anyTurned = anyTurned || (result.error.empty() && result.outcome == Outcome::turned);
-    }
-    if (anyError) return trouble;
-    return anyTurned ? found : notFound;
+    if (batch.csv) putLine(straightenCsvHeader(), csvEnd);
+    Tally tally;
+    tally.decided = !options.angle;
+    tally.straightening = true;
+    runBatch<StraightenResult>(
+        batch, jobs.size(), [&](std::size_t photo) { return straighten(jobs[photo], options); },
+        [&](std::size_t photo, const StraightenResult& result) {
+            print(jobs[photo], result);
+            const bool failed = !result.error.empty();
+            ++tally.photos;
+            tally.read += result.width > 0 ? 1 : 0;
+            tally.horizons += result.decision && result.decision->horizon ? 1 : 0;
+            tally.straightened += !failed && result.outcome == Outcome::turned ? 1 : 0;
+            tally.leftAlone += !failed && result.outcome != Outcome::turned ? 1 : 0;
+            tally.failed += failed ? 1 : 0;
+            return true;
+        });
+    if (batch.summary) tellSummary(tally);
+    if (tally.failed > 0) return batchStatus(trouble);
+    return batchStatus(tally.straightened > 0 ? found : notFound);
 }
 
 }  // namespace skylevel

@@ -3,6 +3,8 @@
 #include <string>
 #include <vector>
 
+#include "tools/batch_command.h"
+#include "tools/inputs.h"
 #include "tools/straighten.h"
 
 namespace CLI {
@@ -25,18 +27,16 @@ public:
 private:
     void checkOptions() const;
     bool outputIsFolder() const;
-    std::string outputFor(const std::string& photo) const;
+    std::string outputFor(const Input& photo) const;
     std::vector<StraightenJob> makeJobs() const;
     void print(const StraightenJob& job, const StraightenResult& result) const;
 
     CLI::App* command;
     StraightenOptions options;
-    std::vector<std::string> photos;
+    BatchOptions batch;
     std::string output;
     bool inPlace = false;
     bool force = false;
-    bool json = false;
-    bool quiet = false;
 };
 
 }  // namespace skylevel

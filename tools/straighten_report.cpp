@@ -23,6 +23,34 @@ const char* reasonInWords(Outcome outcome) {
 
 std::string sizeInWords(int width, int height) { return std::to_string(width) + " x " + std::to_string(height); }
 
+constexpr const char* columns[] = {"file",     "turned",    "turn",          "reason", "output", "horizon",
+                                   "angle",    "verdict",   "decisionAngle", "format", "width",  "height",
+                                   "newWidth", "newHeight", "warnings",      "error"};
+
+Json objectOf(const StraightenJob& job, const StraightenResult& result) {
+    Json object;
+    object["file"] = job.name;
+    if (!result.error.empty()) {
+        object["error"] = result.error;
+        return object;
+    }
+    const bool turned = result.outcome == Outcome::turned;
+    object["turned"] = turned;
+    object["turn"] = turned ? Json(result.turn) : Json(nullptr);
+    object["reason"] = turned ? Json(nullptr) : Json(reasonInWords(result.outcome));
+    object["output"] = result.written ? Json(job.output) : Json(nullptr);
+    if (result.decision) addDecision(object, *result.decision);
+    object["format"] = formatName(result.format);
+    object["width"] = result.width;
+    object["height"] = result.height;
+    if (turned) {
+        object["newWidth"] = result.newWidth;
+        object["newHeight"] = result.newHeight;
+    }
+    object["warnings"] = result.warnings;
+    return object;
+}
+
 }  // namespace
 
 std::string reportLine(const StraightenJob& job, const StraightenResult& result) {
@@ -39,27 +67,13 @@ std::string reportLine(const StraightenJob& job, const StraightenResult& result)
 }
 
 std::string reportJson(const StraightenJob& job, const StraightenResult& result) {
-    Json object;
-    object["file"] = job.name;
-    if (!result.error.empty()) {
-        object["error"] = result.error;
-        return jsonLine(object);
-    }
-    const bool turned = result.outcome == Outcome::turned;
-    object["turned"] = turned;
-    object["turn"] = turned ? Json(result.turn) : Json(nullptr);
-    object["reason"] = turned ? Json(nullptr) : Json(reasonInWords(result.outcome));
-    object["output"] = result.written ? Json(job.output) : Json(nullptr);
-    if (result.decision) addDecision(object, *result.decision);
-    object["format"] = formatName(result.format);
-    object["width"] = result.width;
-    object["height"] = result.height;
-    if (turned) {
-        object["newWidth"] = result.newWidth;
-        object["newHeight"] = result.newHeight;
-    }
-    object["warnings"] = result.warnings;
-    return jsonLine(object);
+    return jsonLine(objectOf(job, result));
 }
+
+std::string reportCsv(const StraightenJob& job, const StraightenResult& result) {
+    return csvLine(objectOf(job, result), columns);
+}
+
+std::string straightenCsvHeader() { return csvHeader(columns); }
 
 }  // namespace skylevel

@@ -140,6 +140,8 @@ TEST(Detect, RefusesArgumentsThatMakeNoSense) {
         {"detect", "--max-pixels", "0", "x.jpg"},
         {"detect", "--max-pixels", "2147483648", "x.jpg"},
         {"detect", "--json", "--quiet", "x.jpg"},
+        {"detect", "--json", "--csv", "x.jpg"},
+        {"detect", "--jobs", "0", "x.jpg"},
         {"detect", "--overlay", "o.png", "x.jpg", "y.jpg"},
         {"detect", "--overlay", "o.png", "--overlay-dir", "o", "x.jpg"},
         {"detect", "--unknown\033", "x.jpg"},
@@ -176,7 +178,7 @@ TEST(Detect, ReadsStandardInputAndTellsFormatsByContent) {
     EXPECT_EQ(runTool({"detect", "-"}).err, "skylevel: (standard input): empty file\n");
     // Both are endless or nothing to read; neither may be swallowed first.
     EXPECT_EQ(runTool({"detect", "/dev/zero"}).err, "skylevel: /dev/zero: neither a JPEG nor a PNG file\n");
-    EXPECT_EQ(runTool({"detect", "/"}).err, "skylevel: /: Is a directory\n");
+    EXPECT_EQ(runTool({"detect", "/"}).err, "skylevel: /: is a folder; -r takes the photos in it\n");
 }
 
 TEST(Detect, KeepsOddNamesAwayFromTerminalAndJson) {

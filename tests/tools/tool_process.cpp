@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <csignal>
 #include <fstream>
 #include <iterator>
 #include <sstream>
@@ -22,11 +23,9 @@ std::string textOf(const std::string& file) {
 
 }  // namespace
 
-ToolRun runTool(const std::vector<std::string>& arguments, const std::string& standardInput,
-                const std::string& standardOutput) {
-    const TemporaryFolder folder;
-    const std::string out = standardOutput.empty() ? folder.file("out") : standardOutput;
-    const std::string err = folder.file("err");
+ToolProcess::ToolProcess(const std::vector<std::string>& arguments, const std::string& standardInput,
+                         const std::string& standardOutput)
+    : out(standardOutput.empty() ? folder.file("out") : standardOutput), err(folder.file("err")) {
     std::vector<std::string> words = {SKYLEVEL_TOOL_FILE};
     words.insert(words.end(), arguments.begin(), arguments.end());
     std::vector<char*> pointers(words.size() + 1);
@@ -37,16 +36,27 @@ ToolRun runTool(const std::vector<std::string>& arguments, const std::string& st
     posix_spawn_file_actions_addopen(&files, STDIN_FILENO, standardInput.c_str(), O_RDONLY, 0);
     posix_spawn_file_actions_addopen(&files, STDOUT_FILENO, out.c_str(), O_WRONLY | O_CREAT, 0600);
     posix_spawn_file_actions_addopen(&files, STDERR_FILENO, err.c_str(), O_WRONLY | O_CREAT, 0600);
-    pid_t child = -1;
-    const int failed = posix_spawn(&child, SKYLEVEL_TOOL_FILE, &files, nullptr, pointers.data(), environ);
+    if (posix_spawn(&child, SKYLEVEL_TOOL_FILE, &files, nullptr, pointers.data(), environ) != 0) child = -1;
     posix_spawn_file_actions_destroy(&files);
+}
+
+void ToolProcess::send(int signal) const {
+    if (child > 0) ::kill(child, signal);
+}
+
+ToolRun ToolProcess::finish() {
     ToolRun run;
     int state = 0;
-    if (failed != 0 || waitpid(child, &state, 0) != child) return run;
+    if (child < 0 || waitpid(child, &state, 0) != child) return run;
     if (WIFEXITED(state)) run.status = WEXITSTATUS(state);
-    if (standardOutput.empty()) run.out = textOf(out);
+    if (std::filesystem::is_regular_file(out)) run.out = textOf(out);
     run.err = textOf(err);
     return run;
+}
+
+ToolRun runTool(const std::vector<std::string>& arguments, const std::string& standardInput,
+                const std::string& standardOutput) {
+    return ToolProcess(arguments, standardInput, standardOutput).finish();
 }
 
 std::string bundled(const std::string& name) { return SKYLEVEL_PHOTOS + name; }

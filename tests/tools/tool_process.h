@@ -1,6 +1,8 @@
 // The tool run as a process, and files for it.
 #pragma once
 
+#include <sys/types.h>
+
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -12,16 +14,6 @@ struct ToolRun {
     std::string out;
     std::string err;
 };
-
-ToolRun runTool(const std::vector<std::string>& arguments, const std::string& standardInput = "/dev/null",
-                const std::string& standardOutput = "");
-
-// A photo that comes with the tests.
-std::string bundled(const std::string& name);
-
-std::vector<std::string> linesOf(const std::string& text);
-skylevel::Bytes bytesOf(const std::string& file);
-void writeBytes(const std::string& file, const skylevel::Bytes& bytes);
 
 // An empty folder that goes with the object.
 class TemporaryFolder {
@@ -38,3 +30,30 @@ public:
 private:
     std::filesystem::path path;
 };
+
+// The tool while it runs.
+class ToolProcess {
+public:
+    explicit ToolProcess(const std::vector<std::string>& arguments, const std::string& standardInput = "/dev/null",
+                         const std::string& standardOutput = "");
+
+    void send(int signal) const;
+    // Waits for the end.
+    ToolRun finish();
+
+private:
+    TemporaryFolder folder;
+    std::string out;
+    std::string err;
+    pid_t child = -1;
+};
+
+ToolRun runTool(const std::vector<std::string>& arguments, const std::string& standardInput = "/dev/null",
+                const std::string& standardOutput = "");
+
+// A photo that comes with the tests.
+std::string bundled(const std::string& name);
+
+std::vector<std::string> linesOf(const std::string& text);
+skylevel::Bytes bytesOf(const std::string& file);
+void writeBytes(const std::string& file, const skylevel::Bytes& bytes);
