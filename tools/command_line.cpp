@@ -24,7 +24,15 @@ namespace skylevel {
 namespace {
 
 std::string version() {
-    return "skylevel " SKYLEVEL_VERSION_STRING "\nreads and writes: " + jpegLibrary() + ", " + pngLibrary();
+    std::string lines[3];  // of formats that are read and written, only read, left out
+    for (const Format& format : formats()) {
+        std::string& line = lines[format.decode == nullptr ? 2 : format.encode == nullptr ? 1 : 0];
+        line += (line.empty() ? "" : ", ") + std::string(format.title);
+        if (format.library != nullptr) line += " (" + format.library() + ")";
+    }
+    std::string text = "skylevel " SKYLEVEL_VERSION_STRING "\nreads and writes: " + lines[0];
+    if (!lines[1].empty()) text += "\nreads: " + lines[1];
+    return lines[2].empty() ? text : text + "\nnot built in: " + lines[2];
 }
 
 // CLI11 takes an argument in square brackets for a list of arguments, and -.5 for an option.

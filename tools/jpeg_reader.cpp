@@ -207,9 +207,9 @@ std::string jpegLibrary() {
 #define SKYLEVEL_QUOTE(text) #text
 #define SKYLEVEL_VALUE(name) SKYLEVEL_QUOTE(name)
 #ifdef LIBJPEG_TURBO_VERSION
-    return "JPEG (libjpeg-turbo " SKYLEVEL_VALUE(LIBJPEG_TURBO_VERSION) ")";
+    return "libjpeg-turbo " SKYLEVEL_VALUE(LIBJPEG_TURBO_VERSION);
 #else
-    return "JPEG (libjpeg " SKYLEVEL_VALUE(JPEG_LIB_VERSION) ")";
+    return "libjpeg " SKYLEVEL_VALUE(JPEG_LIB_VERSION);
 #endif
 }
 

@@ -16,6 +16,10 @@ using ByteSpan = std::span<const unsigned char>;
 constexpr unsigned char jfifMarker = 0xE0;
 constexpr unsigned char exifMarker = 0xE1;  // and XMP
 constexpr unsigned char multiPictureMarker = 0xE2;
+constexpr unsigned char profileMarker = 0xE2;
+constexpr std::size_t longestSegment = 65533;
+constexpr std::size_t longestProfile = 255 * (longestSegment - 14);
+constexpr auto profileHeader = "ICC_PROFILE\0"sv;
 constexpr auto jfifHeader = "JFIF\0"sv;
 constexpr auto jfifExtensionHeader = "JFXX\0"sv;
 constexpr auto xmpHeader = "http://ns.adobe.com/xap/1.0/\0"sv;
@@ -153,11 +157,66 @@ CarriedFile carryPng(ByteSpan original, const Photo& photo, const Bytes& encoded
     return result;
 }
 
+// With what a new picture makes untrue put right. XMP repeats the orientation of a HEIC file, too, which was made
+// upright by other means.
+MetadataBlocks corrected(const Photo& photo, int width, int height) {
+    MetadataBlocks blocks = photo.metadata;
+    patchExif(blocks.exif, width, height);
+    if (photo.format == PhotoFormat::heic || !isUpright(photo.orientation)) resetXmpOrientation(blocks.xmp);
+    return blocks;
+}
+
+Bytes joined(std::string_view header, ByteSpan rest) {
+    Bytes data(header.begin(), header.end());
+    data.insert(data.end(), rest.begin(), rest.end());
+    return data;
+}
+
+// In as many segments as it needs, which are numbered from 1.
+void appendProfile(Bytes& file, ByteSpan profile) {
+    constexpr std::size_t part = longestSegment - profileHeader.size() - 2;
+    const std::size_t count = (profile.size() + part - 1) / part;
+    for (std::size_t i = 0; i < count; ++i) {
+        const unsigned char numbers[] = {static_cast<unsigned char>(i + 1), static_cast<unsigned char>(count)};
+        Bytes data = joined(profileHeader, numbers);
+        const ByteSpan piece = profile.subspan(i * part, std::min(part, profile.size() - i * part));
+        data.insert(data.end(), piece.begin(), piece.end());
+        appendSegment(file, profileMarker, data);
+    }
+}
+
+// Into a JPEG, with a warning for what its segments cannot hold.
+CarriedFile carryHeic(const Photo& photo, const Bytes& encoded, int width, int height) {
+    const MetadataBlocks blocks = corrected(photo, width, height);
+    CarriedFile result;
+    result.bytes.assign(encoded.begin(), encoded.begin() + startOfImageBytes);
+    const auto fits = [&](std::size_t most, const Bytes& block, const char* what) {
+        if (block.size() > most) result.warnings.push_back(std::string("not kept: too much ") + what);
+        return !block.empty() && block.size() <= most;
+    };
+    if (fits(longestSegment - exifHeader.size(), blocks.exif, "EXIF for a JPEG"))
+        appendSegment(result.bytes, exifMarker, joined(exifHeader, blocks.exif));
+    if (fits(longestSegment - xmpHeader.size(), blocks.xmp, "XMP for a JPEG"))
+        appendSegment(result.bytes, exifMarker, joined(xmpHeader, blocks.xmp));
+    if (fits(longestProfile, blocks.profile, "colour profile for a JPEG")) appendProfile(result.bytes, blocks.profile);
+    result.bytes.insert(result.bytes.end(), encoded.begin() + startOfImageBytes, encoded.end());
+    return result;
+}
+
 }  // namespace
 
 CarriedFile carryMetadata(ByteSpan original, const Photo& photo, const Bytes& encoded, int width, int height) {
-    return photo.format == PhotoFormat::png ? carryPng(original, photo, encoded, width, height)
-                                            : carryJpeg(original, photo, encoded, width, height);
+    switch (photo.format) {
+        case PhotoFormat::jpeg:
+            return carryJpeg(original, photo, encoded, width, height);
+        case PhotoFormat::png:
+            return carryPng(original, photo, encoded, width, height);
+        case PhotoFormat::webp:
+            return {formatOf(photo.format).embed(encoded, corrected(photo, width, height)), {}};
+        case PhotoFormat::heic:
+            return carryHeic(photo, encoded, width, height);
+    }
+    return {};
 }
 
 }  // namespace skylevel

@@ -20,7 +20,7 @@ struct CarriedFile {
 // turned upright; small copies of the old picture in a JPEG's JFIF segments are dropped, and so are further pictures
 // and films behind the first, with the index of them; of a PNG's chunks, those that belong to the old pixels.
 // original  the photo's file, with the orientation that was read from it
-// encoded   a file of the same format as it comes from its encoder, without metadata
+// encoded   a file of the same format as it comes from its encoder, without metadata; a JPEG file for a HEIC photo
 CarriedFile carryMetadata(std::span<const unsigned char> original, const Photo& photo, const Bytes& encoded, int width,
                           int height);
 

@@ -4,7 +4,9 @@
 #include <array>
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "tools/files.h"
@@ -12,7 +14,7 @@
 
 namespace skylevel {
 
-enum class PhotoFormat { jpeg, png };
+enum class PhotoFormat { jpeg, png, webp, heic };
 
 // What the pixels of a decoded photo should be.
 enum class PixelWish {
@@ -35,6 +37,13 @@ struct JpegCoding {
     std::array<Sampling, 3> sampling;  // factors of each channel; the first only, of a gray file
 };
 
+// What a file holds beside the pixels; each may be missing.
+struct MetadataBlocks {
+    Bytes exif;  // TIFF, without a header of the file format's
+    Bytes profile;
+    Bytes xmp;
+};
+
 struct Photo {
     PhotoFormat format = PhotoFormat::jpeg;
     Picture picture;          // as stored
@@ -42,10 +51,35 @@ struct Photo {
     bool complete = true;     // false when rows are missing at the lower end
     int bitDepth = 8;         // of a channel in the file
     JpegCoding jpegCoding;    // of a JPEG file
+    bool lossless = false;    // of a WebP file
+    MetadataBlocks metadata;  // of a WebP file; of a HEIC file, too, when its pixels are wanted as stored
     std::vector<std::string> warnings;
 };
 
-// Throws a FileError unless a file that starts so is a photo in a known format.
+// A format, with null for what was not built in or cannot be done.
+struct Format {
+    PhotoFormat id;
+    const char* name;   // in data
+    const char* title;  // for people
+    std::span<const std::string_view> extensions;
+    bool (*begins)(std::span<const unsigned char> start);  // whether a file that starts so is one
+    Photo (*decode)(std::span<const unsigned char> bytes, PixelWish wish, std::int64_t maxPixels);
+    Bytes (*encode)(const Photo& photo, int quality);  // its picture, without metadata
+    Bytes (*embed)(const Bytes& encoded, const MetadataBlocks& blocks);
+    std::string (*library)();  // that does it, with its version
+};
+
+// All that the tool knows.
+std::span<const Format> formats();
+const Format& formatOf(PhotoFormat id);
+
+// The format that the extension of a file's name promises; nothing of another extension.
+std::optional<PhotoFormat> formatOfName(const std::string& name);
+
+// Throws a FileError for a format that can only be named.
+void requireBuiltIn(const Format& format);
+
+// Throws a FileError unless a file that starts so is a photo that can be read.
 void requirePhoto(std::span<const unsigned char> start);
 
 // Decodes a file that requirePhoto accepts. Of a truncated JPEG the picture holds the rows that could be read, and a
@@ -54,16 +88,15 @@ void requirePhoto(std::span<const unsigned char> start);
 // Throws a FileError when there is nothing to see, std::bad_alloc when memory runs out.
 Photo decodePhoto(std::span<const unsigned char> bytes, PixelWish wish, std::int64_t maxPixels);
 
-// The readers of the single formats, and what they are called with their versions.
+// The readers of the single formats, and the libraries that they use.
 Photo decodeJpeg(std::span<const unsigned char> bytes, PixelWish wish, std::int64_t maxPixels);
 Photo decodePng(std::span<const unsigned char> bytes, PixelWish wish, std::int64_t maxPixels);
+Photo decodeWebp(std::span<const unsigned char> bytes, PixelWish wish, std::int64_t maxPixels);
+Photo decodeHeic(std::span<const unsigned char> bytes, PixelWish wish, std::int64_t maxPixels);
 std::string jpegLibrary();
 std::string pngLibrary();
-
-const char* formatName(PhotoFormat format);
-
-// The format that the extension of a file's name promises; nothing of another extension.
-std::optional<PhotoFormat> formatOfName(const std::string& name);
+std::string webpLibrary();
+std::string heicLibrary();
 
 // For the readers: refuses a size that the header promises.
 void checkSize(std::int64_t width, std::int64_t height, std::int64_t maxPixels);

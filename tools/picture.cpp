@@ -69,6 +69,19 @@ Picture madeUpright(Picture picture, const Orientation& orientation) {
     return orientation.turn == 0 ? std::move(picture) : turned(picture, orientation.turn);
 }
 
+void layOverWhite(Picture& picture) {
+    const std::size_t count = static_cast<std::size_t>(picture.width) * static_cast<std::size_t>(picture.height);
+    const int colours = picture.channels - 1;
+    const unsigned char* in = picture.pixels.get();
+    unsigned char* out = picture.pixels.get();
+    for (std::size_t i = 0; i < count; ++i, in += picture.channels) {
+        const int alpha = in[colours];
+        for (int channel = 0; channel < colours; ++channel)
+            *out++ = static_cast<unsigned char>((in[channel] * alpha + 255 * (255 - alpha) + 127) / 255);
+    }
+    picture.channels = colours;
+}
+
 Picture resized(const Picture& picture, int width, int height) {
     Picture result = makePicture(width, height, picture.channels);
     for (int y = 0; y < height; ++y) {

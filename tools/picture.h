@@ -36,6 +36,9 @@ void mirror(Picture& picture);
 Picture turned(const Picture& picture, int turn);
 Picture madeUpright(Picture picture, const Orientation& orientation);
 
+// Lays a picture of 2 or 4 channels over white, in place; one channel less is left.
+void layOverWhite(Picture& picture);
+
 // A copy of the given size; every pixel is the mean of those it covers, or the nearest one.
 Picture resized(const Picture& picture, int width, int height);
 

@@ -100,20 +100,6 @@ unsigned PngDecoder::orientation() const {
     return exifOrientation({data, count});
 }
 
-// Lays the picture over white, in place; alpha is the last channel.
-void removeAlpha(Picture& picture) {
-    const std::size_t count = static_cast<std::size_t>(picture.width) * static_cast<std::size_t>(picture.height);
-    const int colours = picture.channels - 1;
-    const unsigned char* in = picture.pixels.get();
-    unsigned char* out = picture.pixels.get();
-    for (std::size_t i = 0; i < count; ++i, in += picture.channels) {
-        const int alpha = in[colours];
-        for (int channel = 0; channel < colours; ++channel)
-            *out++ = static_cast<unsigned char>((in[channel] * alpha + 255 * (255 - alpha) + 127) / 255);
-    }
-    picture.channels = colours;
-}
-
 }  // namespace
 
 Photo decodePng(std::span<const unsigned char> bytes, PixelWish wish, std::int64_t maxPixels) {
@@ -129,10 +115,10 @@ Photo decodePng(std::span<const unsigned char> bytes, PixelWish wish, std::int64
     // The pixels are complete; what follows can only add an orientation.
     if (!decoder.readTail()) photo.warnings.push_back(std::string("after the pixels: ") + decoder.message());
     photo.orientation = orientationFromExif(decoder.orientation());
-    if (photo.picture.channels % 2 == 0 && wish != PixelWish::stored) removeAlpha(photo.picture);
+    if (photo.picture.channels % 2 == 0 && wish != PixelWish::stored) layOverWhite(photo.picture);
     return photo;
 }
 
-std::string pngLibrary() { return "PNG (libpng " PNG_LIBPNG_VER_STRING ")"; }
+std::string pngLibrary() { return "libpng " PNG_LIBPNG_VER_STRING; }
 
 }  // namespace skylevel

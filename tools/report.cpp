@@ -68,7 +68,7 @@ Json objectOf(const DetectJob& job, const DetectResult& result, const DetectOpti
     } else {
         addDecision(object, result.decision);
         object["threshold"] = options.threshold;
-        object["format"] = formatName(result.format);
+        object["format"] = formatOf(result.format).name;
         object["width"] = result.width;
         object["height"] = result.height;
         object["turn"] = result.orientation.turn;

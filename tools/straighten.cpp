@@ -6,9 +6,7 @@
 #include <new>
 #include <utility>
 
-#include "tools/jpeg_writer.h"
 #include "tools/metadata.h"
-#include "tools/png_writer.h"
 #include "tools/turn.h"
 
 namespace skylevel {
@@ -49,19 +47,36 @@ void checkTurnable(const Photo& photo) {
         throw FileError("in printing inks (CMYK), and so not straightened: its colour profile would no longer fit");
 }
 
-// A name must not promise another format than the photo's, unless that is how the photo came.
-void checkName(const StraightenJob& job, PhotoFormat format) {
-    const std::optional<PhotoFormat> promised = formatOfName(job.output);
-    if (!promised || *promised == format || promised == formatOfName(job.name)) return;
-    throw FileError("is a " + std::string(formatName(format)) + " file and stays one, unlike " + job.output);
+// The file for a turned photo, whose name must not promise another format unless that is how the photo came. A photo in
+// a format that cannot be written becomes a JPEG where the name says so.
+const std::string& outputFor(const StraightenJob& job, const Format& format) {
+    const bool same = format.encode != nullptr;
+    const std::string& name = same ? job.output : job.converted;
+    const std::optional<PhotoFormat> promised = formatOfName(name);
+    if (!same && promised != PhotoFormat::jpeg)
+        throw FileError("is a " + std::string(format.title) +
+                        " file, which cannot be written; -o FILE.jpg makes a JPEG");
+    if (same && promised && *promised != format.id && promised != formatOfName(job.name))
+        throw FileError("is a " + std::string(format.name) + " file and stays one, unlike " + name);
+    return name;
 }
 
-// The file of the turned photo.
-Bytes turnedFile(const Bytes& bytes, const StraightenJob& job, const StraightenOptions& options,
+void write(const StraightenJob& job, const std::string& name, std::span<const unsigned char> bytes,
+           StraightenResult& result) {
+    try {
+        if (job.inFolder) makeFolderOf(name);
+        writeFile(name, bytes, job.replace ? Existing::replace : Existing::refuse);
+    } catch (const FileError& error) {
+        throw FileError("cannot write " + name + ": " + error.what());
+    }
+    result.output = name;
+}
+
+void writeTurned(const Bytes& bytes, const StraightenJob& job, const StraightenOptions& options,
                  StraightenResult& result) {
     Photo photo = decodePhoto(bytes, PixelWish::stored, options.decision.maxPixels);
     checkTurnable(photo);
-    checkName(job, photo.format);
+    const std::string& name = outputFor(job, formatOf(photo.format));
     setSize(photo, result);
     if (photo.bitDepth > 8)
         result.warnings.push_back(std::to_string(photo.bitDepth) + " bits a channel, written with 8");
@@ -69,30 +84,20 @@ Bytes turnedFile(const Bytes& bytes, const StraightenJob& job, const StraightenO
     photo.picture = turnedContent(std::move(photo.picture), result.turn, options.keepCanvas);
     result.newWidth = photo.picture.width;
     result.newHeight = photo.picture.height;
-    const Bytes encoded = photo.format == PhotoFormat::png
-                              ? encodePng(photo.picture)
-                              : encodeJpeg(photo.picture, photo.jpegCoding, options.quality);
+    result.newFormat = formatOf(photo.format).encode != nullptr ? photo.format : PhotoFormat::jpeg;
+    const Bytes encoded = formatOf(result.newFormat).encode(photo, options.quality);
     photo.picture = {};
-    CarriedFile carried = carryMetadata(bytes, photo, encoded, result.newWidth, result.newHeight);
+    const CarriedFile carried = carryMetadata(bytes, photo, encoded, result.newWidth, result.newHeight);
     result.warnings.insert(result.warnings.end(), carried.warnings.begin(), carried.warnings.end());
-    return std::move(carried.bytes);
-}
-
-void write(const StraightenJob& job, std::span<const unsigned char> bytes, StraightenResult& result) {
-    try {
-        if (job.inFolder) makeFolderOf(job.output);
-        writeFile(job.output, bytes, job.replace ? Existing::replace : Existing::refuse);
-    } catch (const FileError& error) {
-        throw FileError("cannot write " + job.output + ": " + error.what());
-    }
-    result.written = true;
+    write(job, name, carried.bytes, result);
 }
 
 // Before the work, for writing refuses it again.
 void checkExisting(const StraightenJob& job) {
     namespace fs = std::filesystem;
-    if (!job.replace && fs::exists(fs::symlink_status(job.output)) && !fs::is_directory(job.name))
-        throw FileError("cannot write " + job.output + ": it exists, and --force was not given");
+    for (const std::string& name : {job.output, job.converted})
+        if (!job.replace && fs::exists(fs::symlink_status(name)) && !fs::is_directory(job.name))
+            throw FileError("cannot write " + name + ": it exists, and --force was not given");
 }
 
 void straighten(const StraightenJob& job, const StraightenOptions& options, StraightenResult& result) {
@@ -106,11 +111,11 @@ void straighten(const StraightenJob& job, const StraightenOptions& options, Stra
         result.outcome = outcomeOf(*result.decision, options);
     }
     if (result.outcome != Outcome::turned) {
-        if (job.inFolder) write(job, bytes, result);
+        if (job.inFolder) write(job, job.output, bytes, result);
         return;
     }
     if (!options.angle) result.turn = levellingTurn(*result.decision->angle);
-    write(job, turnedFile(bytes, job, options, result), result);
+    writeTurned(bytes, job, options, result);
 }
 
 }  // namespace

@@ -16,16 +16,17 @@ struct StraightenOptions {
     double minAngle = 0.1;        // degrees; a horizon closer to level is left alone
     double maxAngle = 15.0;       // degrees; a horizon further from it is, too
     bool keepCanvas = false;      // the whole turned photo, with empty corners
-    int quality = 95;             // of a JPEG, 1 to 100
+    int quality = 95;             // of a JPEG or a lossy WebP, 1 to 100
 };
 
 // A photo to straighten. Everything about it is known beforehand, so that photos can be worked on in any order.
 struct StraightenJob {
     std::string name;       // standardInput for standard input
     std::string output;     // the file to write
+    std::string converted;  // instead, for a turned photo in a format that cannot be written; often the same
     bool inFolder = false;  // that file is one of a folder's: what is missing of the path to it is made, and a photo
                             // that is left alone is written, too, unchanged
-    bool replace = false;  // an output that exists
+    bool replace = false;   // an output that exists
 };
 
 enum class Outcome {
@@ -47,7 +48,8 @@ struct StraightenResult {
     int height = 0;
     int newWidth = 0;  // of the photo written; when turned
     int newHeight = 0;
-    bool written = false;
+    PhotoFormat newFormat = PhotoFormat::jpeg;  // when turned
+    std::string output;                         // what was written; empty for nothing
 };
 
 // Does one job; failures are part of the result.

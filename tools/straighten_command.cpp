@@ -26,9 +26,10 @@ is cut out. One without, or already level, or too tilted, is left alone: with
 what was done.
 
 The result has the photo's format and its metadata: only the orientation, the pixel
-sizes and the thumbnail in EXIF change. A file that exists is not replaced, and the
-photo itself never, unless --force or --in-place says so. With -r, DIR gets the
-folders of the one that was given.
+sizes and the thumbnail in EXIF change. HEIC cannot be written: such a photo becomes
+a JPEG where -o is the name of one, and in DIR, when it has to be turned. With -r,
+DIR gets the folders of the one that was given. A file that exists is not replaced,
+and the photo itself never, unless --force or --in-place says so.
 
 Exit status: 0 when a photo was turned, 1 when none had to be, 2 on an error, 130 or
 143 when a signal ended it; then the photos that were begun are finished.)";
@@ -38,6 +39,17 @@ std::string resolved(const std::string& name) {
     std::error_code error;
     const fs::path path = fs::weakly_canonical(name, error);
     return error ? name : path.string();
+}
+
+// Where the turned photo goes instead when the name's format can only be read.
+std::string convertedName(const std::string& name) {
+    const std::optional<PhotoFormat> format = formatOfName(name);
+    if (!format || formatOf(*format).encode != nullptr) return name;
+    return fs::path(name).replace_extension(".jpg").string();
+}
+
+[[noreturn]] void refuseReplacing(const std::string& photo, const std::string& other) {
+    throw UsageError("the result of " + photo + " would replace the photo " + other);
 }
 
 }  // namespace
@@ -63,7 +75,7 @@ StraightenCommand::StraightenCommand(CLI::App& tool) : command(tool.add_subcomma
         ->check(degrees(0.0, 90.0))
         ->type_name("DEG");
     command->add_flag("--keep-canvas", options.keepCanvas, "Keep the whole turned photo with its empty corners");
-    command->add_option("--quality", options.quality, "Of a JPEG, 1 to 100 (default 95)")
+    command->add_option("--quality", options.quality, "Of a JPEG or a lossy WebP, 1 to 100 (default 95)")
         ->check(CLI::Range(1, 100).description(""))
         ->type_name("N");
     addDecisionOptions(*command, options.decision);
@@ -101,6 +113,10 @@ std::vector<StraightenJob> StraightenCommand::makeJobs() const {
         if (const auto identity = identify(photo.name)) inputs.emplace(*identity, photo.name);
     std::vector<StraightenJob> jobs;
     std::map<std::string, std::string> outputs;  // and the photos they come from
+    const auto claim = [&](const std::string& name, const std::string& photo) {
+        const auto [other, isNew] = outputs.emplace(resolved(name), photo);
+        if (!isNew) throw UsageError(other->second + " and " + photo + " would both be written to " + name);
+    };
     for (const Input& input : photos) {
         const std::string& photo = input.name;
         StraightenJob job;
@@ -109,16 +125,20 @@ std::vector<StraightenJob> StraightenCommand::makeJobs() const {
         job.replace = force;
         const auto replaced = inputs.find(identify(job.output).value_or(FileIdentity()));
         if (replaced != inputs.end()) {
-            if (identify(photo) != replaced->first)
-                throw UsageError("the result of " + photo + " would replace the photo " + replaced->second);
+            if (identify(photo) != replaced->first) refuseReplacing(photo, replaced->second);
             if (!inPlace) throw UsageError("the result of " + photo + " would replace it; --in-place allows that");
             job.output = resolved(job.output);  // the file, not a link to it
             job.replace = true;
         } else {
             job.inFolder = outputIsFolder();
         }
-        const auto [other, isNew] = outputs.emplace(resolved(job.output), photo);
-        if (!isNew) throw UsageError(other->second + " and " + photo + " would both be written to " + job.output);
+        claim(job.output, photo);
+        job.converted = job.inFolder ? convertedName(job.output) : job.output;
+        if (job.converted != job.output) {
+            const auto lost = inputs.find(identify(job.converted).value_or(FileIdentity()));
+            if (lost != inputs.end()) refuseReplacing(photo, lost->second);
+            claim(job.converted, photo);
+        }
         jobs.push_back(job);
     }
     return jobs;

@@ -38,9 +38,9 @@ Json objectOf(const StraightenJob& job, const StraightenResult& result) {
     object["turned"] = turned;
     object["turn"] = turned ? Json(result.turn) : Json(nullptr);
     object["reason"] = turned ? Json(nullptr) : Json(reasonInWords(result.outcome));
-    object["output"] = result.written ? Json(job.output) : Json(nullptr);
+    object["output"] = result.output.empty() ? Json(nullptr) : Json(result.output);
     if (result.decision) addDecision(object, *result.decision);
-    object["format"] = formatName(result.format);
+    object["format"] = formatOf(result.format).name;
     object["width"] = result.width;
     object["height"] = result.height;
     if (turned) {
@@ -57,7 +57,8 @@ std::string reportLine(const StraightenJob& job, const StraightenResult& result)
     std::string line = displayName(job.name) + ": ";
     if (result.outcome == Outcome::turned)
         line += "turned by " + degrees(result.turn) + " degrees, " + sizeInWords(result.newWidth, result.newHeight) +
-                " of " + sizeInWords(result.width, result.height) + " pixels";
+                " of " + sizeInWords(result.width, result.height) + " pixels" +
+                (result.newFormat == result.format ? "" : std::string(", as ") + formatOf(result.newFormat).title);
     else
         line += "left alone";
     if (result.outcome == Outcome::level || result.outcome == Outcome::beyondLimit)

@@ -77,7 +77,7 @@ TEST(Batch, WalksFoldersInOrderWhateverTheJobs) {
     const ToolRun one = runTool({"detect", "-r", "--jobs", "1", "--json", "--summary", in, in + "/c/sea.jpg"});
     EXPECT_EQ(one.status, 2);
     EXPECT_EQ(one.err, "skylevel: " + in +
-                           "/b/broken.jpg: neither a JPEG nor a PNG file\n"
+                           "/b/broken.jpg: not a JPEG, PNG, WebP or HEIC file\n"
                            "skylevel: 8 photos: 7 read, 2 with a horizon, 1 failed\n");
     const Names lines = linesOf(one.out);
     ASSERT_EQ(lines.size(), places().size() + 1);
@@ -105,7 +105,7 @@ TEST(Batch, KeepsTheFoldersOfStraightenedPhotos) {
         const ToolRun run = runTool(
             {"straighten", "-r", "--angle", "5", "-q", "--force", "--summary", "-o", folder.file("in/made/out"), in});
         EXPECT_EQ(run.err, "skylevel: " + in +
-                               "/b/broken.jpg: neither a JPEG nor a PNG file\n"
+                               "/b/broken.jpg: not a JPEG, PNG, WebP or HEIC file\n"
                                "skylevel: 7 photos: 6 read, 6 straightened, 0 left alone, 1 failed\n");
     }
     Names written;

@@ -1,0 +1,81 @@
+// WebP files through libwebp and, for what stands beside the pixels, libwebpmux.
+#include <webp/decode.h>
+#include <webp/mux.h>
+
+#include <memory>
+
+#include "tools/exif.h"
+#include "tools/jpeg_segments.h"
+#include "tools/photo.h"
+
+namespace skylevel {
+namespace {
+
+const char* reasonFor(VP8StatusCode status) {
+    switch (status) {
+        case VP8_STATUS_OUT_OF_MEMORY:
+            return "not enough memory";
+        case VP8_STATUS_NOT_ENOUGH_DATA:
+        case VP8_STATUS_SUSPENDED:
+            return "truncated";
+        default:
+            return "damaged WebP data";
+    }
+}
+
+void require(VP8StatusCode status) {
+    if (status != VP8_STATUS_OK) throw FileError(reasonFor(status));
+}
+
+Bytes chunk(const WebPMux* mux, const char* name) {
+    WebPData data = {};
+    if (WebPMuxGetChunk(mux, name, &data) != WEBP_MUX_OK || data.size == 0) return {};
+    return {data.bytes, data.bytes + data.size};
+}
+
+void readMetadata(std::span<const unsigned char> bytes, Photo& photo) {
+    const WebPData file = {bytes.data(), bytes.size()};
+    const std::unique_ptr<WebPMux, void (*)(WebPMux*)> mux(WebPMuxCreate(&file, 0), WebPMuxDelete);
+    if (mux == nullptr) {
+        photo.warnings.emplace_back("damaged behind the pixels: no metadata can be read");
+        return;
+    }
+    photo.metadata = {chunk(mux.get(), "EXIF"), chunk(mux.get(), "ICCP"), chunk(mux.get(), "XMP ")};
+    // Some writers put a JPEG's header here, too.
+    Bytes& exif = photo.metadata.exif;
+    if (startsWith(exif, exifHeader)) exif.erase(exif.begin(), exif.begin() + exifHeader.size());
+}
+
+}  // namespace
+
+Photo decodeWebp(std::span<const unsigned char> bytes, PixelWish wish, std::int64_t maxPixels) {
+    WebPDecoderConfig config;
+    if (WebPInitDecoderConfig(&config) == 0) throw FileError("libwebp cannot be used");
+    const WebPBitstreamFeatures& features = config.input;
+    require(WebPGetFeatures(bytes.data(), bytes.size(), &config.input));
+    checkSize(features.width, features.height, maxPixels);
+    if (features.has_animation != 0) throw FileError("an animation, and no photo");
+
+    Photo photo;
+    photo.format = PhotoFormat::webp;
+    photo.lossless = features.format == 2;
+    photo.picture = makePicture(features.width, features.height, features.has_alpha != 0 ? 4 : 3);
+    const std::size_t rowBytes = photo.picture.rowBytes();
+    config.output.colorspace = features.has_alpha != 0 ? MODE_RGBA : MODE_RGB;
+    config.output.is_external_memory = 1;
+    config.output.u.RGBA = {photo.picture.pixels.get(), static_cast<int>(rowBytes),
+                            rowBytes * static_cast<std::size_t>(features.height)};
+    require(WebPDecode(bytes.data(), bytes.size(), &config));
+    readMetadata(bytes, photo);
+    photo.orientation = orientationFromExif(exifOrientation(photo.metadata.exif));
+    if (photo.picture.channels == 4 && wish != PixelWish::stored) layOverWhite(photo.picture);
+    return photo;
+}
+
+std::string webpLibrary() {
+    const int version = WebPGetDecoderVersion();
+    return "libwebp " + std::to_string(version >> 16) + "." + std::to_string(version >> 8 & 0xFF) + "." +
+           std::to_string(version & 0xFF);
+}
+
+}  // namespace skylevel
