@@ -171,8 +171,7 @@ TEST(Batch, EndsCleanlyOnASignal) {
         const Names lines = linesOf(run.out);
         std::size_t files = 0;
         for (const auto& entry : fs::directory_iterator(folder.file("out"))) {
-            EXPECT_NO_THROW(
-                skylevel::decodePhoto(bytesOf(entry.path()), skylevel::PixelWish::stored, 100'000).picture.width)
+            EXPECT_NO_THROW(skylevel::decodePhoto(bytesOf(entry.path()), skylevel::PixelWish::stored, 100'000))
                 << entry.path();
             ++files;
         }
