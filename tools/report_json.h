@@ -16,8 +16,8 @@ using Json = nlohmann::ordered_json;
 void addDecision(Json& object, const Decision& decision);
 
 // A record of CSV without its end: the members of these names, empty where there is none; lists with "; " between.
-std::string csvLine(const Json& object, std::span<const char* const> columns);
-std::string csvHeader(std::span<const char* const> columns);
+std::string csvLine(const Json& object, std::span<const char* const> columnNames);
+std::string csvHeader(std::span<const char* const> columnNames);
 
 // On one line, without its end; bytes that are not UTF-8 are replaced.
 std::string jsonLine(const Json& object);
