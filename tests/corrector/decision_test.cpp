@@ -1,7 +1,6 @@
 // Whole decisions on pictures whose answer is known.
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <limits>
 #include <vector>
 
@@ -43,21 +42,6 @@ TEST(Decision, FindsALevelLineAtEverySizeAndTurn) {
             EXPECT_EQ(decided(scene.picture(width, height, stride, imageAngle), imageAngle, 1.0, 0), 0.0)
                 << width << "x" << height << " at " << imageAngle;
         }
-}
-
-TEST(Decision, FindsNoAngleButThatOfTheLine) {
-    const LogCapture log;
-    for (const auto& [fall, over] :
-         {std::pair{1, 50}, {1, 20}, {1, 7}, {1, 4}, {2, 1}, {-1, 20}, {-1, 7}, {-1, 3}, {-1, 1}})
-        for (const int side : {400, 513})
-            for (const int imageAngle : {0, 90, 180, 270}) {
-                const Picture picture = Scene{side / 2, fall, over, 0}.picture(side, side, side, imageAngle);
-                const double tilt = std::atan(static_cast<double>(fall) / over) * 180.0 / 3.141592653589793;
-                const double angle = decided(picture, imageAngle, 10.0, 0);
-                // The steps of a tilted line can be too short to count.
-                const bool none = tilt > 13.0 || angle == noAngle;
-                EXPECT_NEAR(angle, none ? noAngle : tilt, 1.3) << fall << "/" << over << " at " << imageAngle;
-            }
 }
 
 TEST(Decision, EndsEachWay) {

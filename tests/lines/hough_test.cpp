@@ -5,9 +5,8 @@
 #include <vector>
 
 #include "skylevel/analysis.h"
-#include "tests/support/bits.h"
+#include "tests/support/guarded.h"
 #include "tests/support/log_capture.h"
-#include "tests/support/scenes.h"
 
 namespace {
 
@@ -31,23 +30,6 @@ std::vector<Record> segmentsOf(const Bytes& map, int width, int height, HoughPar
     for (int i = count; i < (count > 100 ? 200 : 100); ++i)
         EXPECT_EQ(lines[i].x0 | lines[i].y1 | lines[i].edgeCount, 0);
     return records;
-}
-
-// Sparse dots and some straight, broken runs in every direction.
-Bytes brokenLines(int width, int height) {
-    Random random(5);
-    Bytes map(width * height);
-    for (auto& pixel : map) pixel = random.below(25) == 0 ? 255 : 0;
-    for (int run = 0; run < 8; ++run) {
-        const int dx = random.below(129) - 64, dy = random.below(129) - 64;
-        const int left = random.below(width), top = random.below(height);
-        for (int k = 0; k < 90; ++k) {
-            const int x = left + k * dx / 64, y = top + k * dy / 64;
-            const bool inside = x >= 0 && y >= 0 && x < width && y < height;
-            if (inside && random.below(10) != 0) map[y * width + x] = 255;
-        }
-    }
-    return map;
 }
 
 TEST(Generator, MultipliesWithCarry) {
@@ -103,35 +85,16 @@ TEST(Segments, OfPlainRuns) {
     EXPECT_EQ(segmentsOf(dots, 220, 110, {1, degree, 1, 0, 0}).size(), 101u) << "the list has grown";
 }
 
-TEST(Segments, AreTheSameEverywhere) {
-    const struct {
-        int width, height;
-        HoughParams params;
-        std::uint64_t hash;  // of the segments and of what is left of the map
-    } cases[] = {
-        {160, 120, usual, 0x655ae812294b9248},
-        {3, 50, {1, degree, 5, 3, 2}, 0x17b6bf59d2ee10d9},
-        {250, 187, {1, degree, 25, 10, 8}, 0x0a2eed5b44d5a91d},
-        {90, 100, {1.5f, 2 * degree, 12, 5, 3}, 0x415f2a7ae03c1dd2},
-        {90, 100, {0.5f, 0.05f, 8, 20, 1}, 0xb736c102b6af76ce},
-        {600, 640, {1, degree, 2, 1, 30}, 0xf12c875f0e8d5f43}};  // more edge pixels than the point list holds at first
-    for (const auto& c : cases) {
-        const Bytes map = brokenLines(c.width, c.height);
-        std::uint64_t hash = 0;
-        for (const Record& segment : segmentsOf(map, c.width, c.height, c.params)) hash = fnv1a(segment, hash);
-        EXPECT_EQ(fnv1a(map, hash), c.hash) << c.width << "x" << c.height;
-    }
-}
-
 TEST(Segments, AreLoggedAndRefused) {
     const LogCapture log;
-    const Bytes map = brokenLines(160, 120);
-    const std::string edgeCount = std::to_string(std::count(map.begin(), map.end(), 255));
+    Bytes map(160 * 120);
+    std::fill(map.begin(), map.end(), 0);
+    map[7] = map[700] = 255;
     segmentsOf(map, 160, 120, usual);
     EXPECT_EQ(
         log.take(),
         Lines({"D rho is : 1.000000,  theta is : 0.017453,  threashold is : 16,  lineLength is : 6, lineGap is: 8",
-               "D numangle is : 180,  numrho is : 561", "D edge point count is : " + edgeCount}));
+               "D numangle is : 180,  numrho is : 561", "D edge point count is : 2"}));
     const struct {
         int width, height;
         float rho, theta;
