@@ -68,7 +68,8 @@ def soname(subject):
     """The plain name, without a version, and no search path."""
     names = subject.names("SONAME")
     demand(names == ["libskylevel.so"], f"its name is {names}")
-    demand(not subject.dynamic("RUNPATH") and not subject.dynamic("RPATH"), "it has a search path of its own")
+    for path in ("RPATH", "RUNPATH"):
+        demand(not subject.dynamic(path), f"it has a search path of its own, {path}")
     return names[0]
 
 
@@ -88,6 +89,7 @@ def pages(subject):
 
 def relocations(subject):
     """Code needs no relocation."""
+    demand(subject.dynamic("STRTAB"), "no dynamic section")
     demand(not subject.dynamic("TEXTREL") and not re.search("TEXTREL", " ".join(subject.dynamic("FLAGS"))),
            "its code has to be relocated")
     return "no text relocations"
@@ -95,7 +97,9 @@ def relocations(subject):
 
 def permissions(subject):
     """No memory is both writable and executable, the stack not executable."""
-    for _, address, _, flags, _ in subject.segments("LOAD"):
+    segments = subject.segments("LOAD")
+    demand(segments, "no segments")
+    for _, address, _, flags, _ in segments:
         demand(not ("W" in flags and "E" in flags), f"the segment at {address:#x} is writable and executable")
     stack = subject.segments("GNU_STACK")
     demand(stack and all("E" not in flags for _, _, _, flags, _ in stack), "the stack is executable")
@@ -105,9 +109,12 @@ def permissions(subject):
 def needed(subject):
     """Nothing but system libraries is needed."""
     libraries = subject.names("NEEDED")
+    demand(libraries, "it names no library")
     strangers = set(libraries) - {"libc.so", "libm.so", "liblog.so", "libstdc++.so"}
     demand(not strangers, f"it needs {sorted(strangers)}")
-    return " ".join(libraries) + "; imports " + " ".join(name for defined, name in subject.symbols() if not defined)
+    imports = [name for defined, name in subject.symbols() if not defined]
+    demand(imports, "it imports nothing")
+    return " ".join(libraries) + "; imports " + " ".join(imports)
 
 
 def ident(subject):

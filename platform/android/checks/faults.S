@@ -13,6 +13,7 @@ skylevel_extra:
 #elif defined(FAULT_fused)
     .text
     fmadd s0, s1, s2, s3
+    fmla v0.4s, v1.4s, v2.4s
 #elif defined(FAULT_size)
     .section .rodata
     .fill 32768, 1, 0xA5
