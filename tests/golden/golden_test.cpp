@@ -80,7 +80,7 @@ void expectGolden(int width, int height, Scene scene, std::array<double, 4> angl
         const Picture picture = scene.picture(width, height, width, 90 * turn);
         TiltCorrection corrector(picture.pixels.data(), width, height, width);
         EXPECT_EQ(corrector.detectHorizon(90 * turn), 0);
-        expectNearly(0.0 - corrector.getRotAngle(), angles[turn], FLT_EPSILON);
+        expectNearly(0.0 - corrector.getRotAngle(), angles[turn], static_cast<double>(FLT_EPSILON));
     }
 }
 
