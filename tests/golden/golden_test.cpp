@@ -104,6 +104,12 @@ TEST(Golden, PlanesAreTheSameEverywhere) {
     expectGolden(
         351, 286, {93, 1, 20, 120}, {none, none, none, none},
         "ad5f39170c2d0828 cc6e7b559abd7ce5 b2cebc08c20495cd b8ccee4f28eea946 d336f8fa12934c94 1187fc369a814bc6");
+    expectGolden(
+        67, 35, {9, 1, 3, 99}, {none, none, none, none},
+        "b5097425b5f58dba 8e6cfbdbe8e919db 41254c275e984109 b8bc8ef2b7f934aa 9b498cbe8831dee4 4a08698e9072c960");
+    expectGolden(
+        64, 67, {99, 0, 1, 0}, {none, none, none, none},
+        "31a173aa3874686a b3c23c6852c61925 0d023a28c954ed30 1fd15641c0faf700 d07b266e1018171c c0da8bb25ebda476");
 }
 
 TEST(Golden, LinesAndTurnsAreTheSameButForALastBit) {
