@@ -58,7 +58,8 @@ TEST(SegmentTwins, FindTheSame) {
 TEST(SegmentTwins, RoundAlike) {
     const auto expectSame = [](float v) {
         const int single = skylevel::distanceIndex<float>({v, 0.0f}, 1.0f, 0.0f);
-        ASSERT_EQ(single, static_cast<int>(static_cast<double>(v) + 0.5)) << v;
+        // An expectation each would take longer than all of the comparisons.
+        if (single != static_cast<int>(static_cast<double>(v) + 0.5)) ADD_FAILURE() << v << " gives " << single;
     };
     constexpr float inf = std::numeric_limits<float>::infinity();
     for (int k = 1; k < skylevel::singleLimit; ++k)
