@@ -33,12 +33,15 @@ void writeNumber(Bytes& block, std::size_t position, std::size_t byteCount, std:
     }
 }
 
+// Sets the first value of an entry, which is the one that is read. Where there are more than there should be, none
+// is made longer.
 void setNumber(Bytes& block, std::size_t directory, std::uint16_t tag, std::uint32_t value) {
     const ExifBlock exif(block);
     const auto entry = exif.find(directory, tag);
-    if (!entry || entry->count != 1 || !exif.unsignedValue(*entry)) return;
-    std::size_t byteCount = entry->valueBytes;
+    if (!entry || !exif.unsignedValue(*entry)) return;
+    std::size_t byteCount = entry->valueBytes / entry->count;
     if (entry->type == shortType && value > largestShort) {
+        if (entry->count != 1) return;
         writeNumber(block, entry->position + 2, 2, longType);
         byteCount = 4;  // the field's whole width
     }
@@ -122,13 +125,14 @@ void patchExif(Bytes& block, int width, int height) {
     const ExifBlock exif(block);
     const auto first = exif.firstDirectory();
     if (!first) return;
-    setNumber(block, *first, exifTag::orientation, 1);
     setNumber(block, *first, exifTag::imageWidth, static_cast<std::uint32_t>(width));
     setNumber(block, *first, exifTag::imageHeight, static_cast<std::uint32_t>(height));
     if (const auto details = subdirectory(exif, *first, exifTag::exifDirectory)) {
         setNumber(block, *details, exifTag::pixelWidth, static_cast<std::uint32_t>(width));
         setNumber(block, *details, exifTag::pixelHeight, static_cast<std::uint32_t>(height));
     }
+    // Last, so that it holds even where a malformed block has entries share their bytes.
+    setNumber(block, *first, exifTag::orientation, 1);
     dropThumbnail(block, *first);
 }
 

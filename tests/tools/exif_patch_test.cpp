@@ -98,13 +98,15 @@ TEST(ExifPatch, WritesALargeSizeIntoAWiderField) {
 
 TEST(ExifPatch, LeavesWhatItCannotRead) {
     const Bytes whole = CameraBlock(false, 3, 4000, 3000, Thumbnail::last).bytes;
-    // Byte positions in the block: 70 link to the thumbnail's directory, 138 the directory, 148 the pixels' position.
+    // Byte positions in the block: 50 the orientation's count, 70 link to the thumbnail's directory, 138 the directory,
+    // 148 the pixels' position.
     const struct {
         const char* name;
         std::size_t position;
         Bytes replacement;
         bool thumbnailStays;
-    } cases[] = {{"a link beyond the block", 70, {0, 0, 9, 0}, true},
+    } cases[] = {{"an orientation of two values", 50, {0, 0, 0, 2}, false},
+                 {"a link beyond the block", 70, {0, 0, 9, 0}, true},
                  {"more thumbnail entries than bytes", 138, {99, 99}, true},
                  {"thumbnail pixels beyond the block", 148, {255, 255, 255, 255}, false},
                  {"thumbnail pixels on the header", 148, {0, 0, 0, 0}, false}};
