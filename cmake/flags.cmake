@@ -9,6 +9,8 @@ target_compile_options(
     INTERFACE
         # Both compilers fuse a * b + c on arm64 unless told not to.
         -ffp-contract=off
+        # Square roots become instructions, in vectors too. Nothing here looks at errno.
+        -fno-math-errno
         -Wall
         -Wextra
         -Wpedantic

@@ -4,14 +4,66 @@
 #include <cstddef>
 #include <memory>
 
+#include "platform/dispatch.h"
 #include "platform/sizes.h"
 #include "skylevel/analysis.h"
 
 namespace {
 
 constexpr int thresholdBins = 64;
+constexpr int pairBins = thresholdBins * thresholdBins;
 
 bool isOpenRatio(float ratio) { return ratio > 0.0f && ratio < 1.0f; }
+
+// Values that are not greater, NaN included, leave the maximum as it is.
+SKYLEVEL_KERNEL float largest(const float* values, int count, float maximum) {
+    constexpr int lanes = 32;
+    float most[lanes];
+    std::fill_n(most, lanes, maximum);
+    int i = 0;
+    for (; i + lanes <= count; i += lanes)
+        for (int k = 0; k < lanes; ++k) most[k] = most[k] < values[i + k] ? values[i + k] : most[k];
+    for (; i < count; ++i) maximum = maximum < values[i] ? values[i] : maximum;
+    for (const float m : most) maximum = maximum < m ? m : maximum;
+    return maximum;
+}
+
+SKYLEVEL_KERNEL int binOf(float value, float scale) {
+    constexpr float last = thresholdBins - 1;
+    const float position = scale * value + 0.5f;
+    const float positive = position >= 1.0f ? position : 0.0f;  // 0 for NaN too
+    return static_cast<int>(positive < last ? positive : last);
+}
+
+// What imHist does with as many bins, from 0. Values are counted in pairs, which takes half the time: the
+// bins of a batch are found in vectors, each of its first half makes a pair with one of its second half.
+// Pairs go by turns to two tables of pairBins counters, for a counter that was just stored takes long to load.
+// The tables are the caller's, all 0.
+SKYLEVEL_KERNEL void countBins(const float* values, int count, float maximum, int* even, int* odd, int* histogram) {
+    constexpr int half = 128;
+    const float scale = static_cast<float>(thresholdBins - 1) / maximum;
+    int i = 0;
+    for (; i + 2 * half <= count; i += 2 * half) {
+        int pairs[half];
+        for (int k = 0; k < half; ++k)
+            pairs[k] = binOf(values[i + k], scale) * thresholdBins + binOf(values[i + half + k], scale);
+        for (int k = 0; k < half; k += 2) {
+            ++even[pairs[k]];
+            ++odd[pairs[k + 1]];
+        }
+    }
+    std::fill_n(histogram, thresholdBins, 0);
+    for (; i < count; ++i) ++histogram[binOf(values[i], scale)];
+    for (int first = 0; first < thresholdBins; ++first) {
+        int sum = 0;
+        for (int second = 0; second < thresholdBins; ++second) {
+            const int pair = even[first * thresholdBins + second] + odd[first * thresholdBins + second];
+            sum += pair;
+            histogram[second] += pair;
+        }
+        histogram[first] += sum;
+    }
+}
 
 }  // namespace
 
@@ -25,8 +77,9 @@ int Canny(unsigned char* src, int width, int height, float sigma, float lowRatio
     const int count = width * height;
     const std::unique_ptr<float[]> gradX(new float[count]);
     const std::unique_ptr<float[]> gradY(new float[count]);
-    const std::unique_ptr<float[]> magnitude(new float[count]);
     if (SmoothGradient(src, width, height, sigma, gradX.get(), gradY.get()) != 0) return -1;
+    // Not before, for the smoothing has working memory of its own.
+    const std::unique_ptr<float[]> magnitude(new float[count]);
     if (GradMagnitude(gradX.get(), gradY.get(), width, height, magnitude.get()) != 0) return -1;
     float high = 0.0f;
     float low = 0.0f;
@@ -36,14 +89,13 @@ int Canny(unsigned char* src, int width, int height, float sigma, float lowRatio
 
 int selectThresholds(float* magnitude, int count, float& high, float& low, float highRatio, float lowRatio) {
     if (!isOpenRatio(lowRatio) || !isOpenRatio(highRatio)) return -1;
-    if (magnitude == nullptr || count < 1) return -1;
+    if (magnitude == nullptr || count < 2) return -1;
 
-    // The smallest normal float, so that an all-zero plane has a maximum above 0.
-    float maximum = FLT_MIN;
-    for (int i = 0; i < count; ++i) maximum = maximum < magnitude[i] ? magnitude[i] : maximum;
-
-    int histogram[thresholdBins] = {};
-    if (imHist(magnitude, maximum, count, thresholdBins, histogram) != 0) return -1;
+    // From the smallest normal float, so that an all-zero plane has a maximum above 0.
+    const float maximum = skylevel::vectorised<largest>(magnitude, count, FLT_MIN);
+    int histogram[thresholdBins];
+    const std::unique_ptr<int[]> pairs(new int[2 * pairBins]());  // too much for a small stack
+    skylevel::vectorised<countBins>(magnitude, count, maximum, pairs.get(), pairs.get() + pairBins, histogram);
     for (int i = 1; i < thresholdBins; ++i) histogram[i] += histogram[i - 1];
 
     const float share = static_cast<float>(histogram[thresholdBins - 1]) * highRatio;

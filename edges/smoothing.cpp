@@ -45,6 +45,11 @@ void makeDerivative(const float* gauss, int size, float* derivative) {
     for (int i = 0; i < size; ++i) derivative[i] /= derivative[i] > 0.0f ? positive : negative;
 }
 
+// float, squares rounded before the add.
+SKYLEVEL_KERNEL void findLengths(const float* x, const float* y, std::size_t count, float* lengths) {
+    for (std::size_t i = 0; i < count; ++i) lengths[i] = sqrtf(x[i] * x[i] + y[i] * y[i]);
+}
+
 // Floats of a cache line. Rows start on one.
 constexpr int lineLength = 16;
 
@@ -214,10 +219,6 @@ int GradMagnitude(float* gradX, float* gradY, int width, int height, float* magn
     if (gradX == nullptr || gradY == nullptr || magnitude == nullptr) return -1;
     if (!isPlane(width, height)) return -1;
     const std::size_t count = std::size_t{1} * width * height;
-    for (std::size_t i = 0; i < count; ++i) {
-        const float squareX = gradX[i] * gradX[i];
-        const float squareY = gradY[i] * gradY[i];
-        magnitude[i] = sqrtf(squareX + squareY);
-    }
+    vectorised<findLengths>(gradX, gradY, count, magnitude);
     return 0;
 }
