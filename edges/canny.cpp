@@ -94,7 +94,7 @@ int selectThresholds(float* magnitude, int count, float& high, float& low, float
     // From the smallest normal float, so that an all-zero plane has a maximum above 0.
     const float maximum = skylevel::vectorised<largest>(magnitude, count, FLT_MIN);
     int histogram[thresholdBins];
-    const std::unique_ptr<int[]> pairs(new int[2 * pairBins]());  // too much for a small stack
+    const std::unique_ptr<int[]> pairs(new int[std::size_t{2} * pairBins]());  // too much for a small stack
     skylevel::vectorised<countBins>(magnitude, count, maximum, pairs.get(), pairs.get() + pairBins, histogram);
     for (int i = 1; i < thresholdBins; ++i) histogram[i] += histogram[i - 1];
 

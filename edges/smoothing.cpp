@@ -120,8 +120,7 @@ public:
         vectorised<filterColumns>(m_window.get(), m_width, rowCount, gauss, size, m_padded.get() + m_before,
                                   m_paddedPitch);
         replicateEnds(rowCount);
-        vectorised<filterRows>(m_padded.get(), m_paddedPitch, m_width, rowCount, derivative, size, m_results.get(),
-                               m_pitch);
+        filterBand(rowCount, derivative, m_results.get(), m_pitch);
         copyResults(row, rowCount, gradX);
 
         for (int k = 0; k < windowRows; ++k) m_window[k] += m_pitch;
@@ -141,9 +140,12 @@ private:
             std::copy_n(body, m_width, ringRow(m_rowsRead + i));
         }
         replicateEnds(rowCount);
-        vectorised<filterRows>(m_padded.get(), m_paddedPitch, m_width, rowCount, m_kernels.gauss.get(), m_kernels.size,
-                               ringRow(m_rowsRead) + m_pitch, 2 * m_pitch);
+        filterBand(rowCount, m_kernels.gauss.get(), ringRow(m_rowsRead) + m_pitch, 2 * m_pitch);
         m_rowsRead += rowCount;
+    }
+
+    void filterBand(int rowCount, const float* taps, float* out, std::ptrdiff_t pitch) const {
+        vectorised<filterRows>(m_padded.get(), m_paddedPitch, m_width, rowCount, taps, m_kernels.size, out, pitch);
     }
 
     void replicateEnds(int rowCount) {
