@@ -5,18 +5,6 @@
 #include "tools/exif.h"
 #include "tools/exif_patch.h"
 
-namespace {
-
-// Whether the orientation lies where it belongs, in its entry. Elsewhere it can share its bytes with anything.
-bool hasOwnOrientation(const std::vector<unsigned char>& block) {
-    const skylevel::ExifBlock exif(block);
-    const auto directory = exif.firstDirectory();
-    const auto entry = directory ? exif.find(*directory, skylevel::exifTag::orientation) : std::nullopt;
-    return entry && entry->valueBytes <= 4;
-}
-
-}  // namespace
-
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     // A vector that is exactly full, for the sanitizer to watch its end.
     const std::vector<unsigned char> block(data, data + size);
@@ -26,6 +14,6 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     skylevel::Bytes patched = block;
     skylevel::patchExif(patched, 640, 480);
     fuzz::require(patched.size() <= block.size(), "a block never grows");
-    fuzz::require(!hasOwnOrientation(block) || skylevel::exifOrientation(patched) == 1, "the new picture is upright");
+    fuzz::require(skylevel::exifOrientation(patched) == 1, "the new picture is upright");
     return 0;
 }

@@ -99,11 +99,16 @@ std::optional<std::size_t> ExifBlock::linkedDirectory(std::size_t linkPosition) 
     return directory;
 }
 
+std::optional<ExifEntry> ExifBlock::orientation() const {
+    const auto directory = firstDirectory();
+    const auto entry = directory ? find(*directory, exifTag::orientation) : std::nullopt;
+    if (!entry || entry->valueBytes > inlineValueBytes || !unsignedValue(*entry)) return {};
+    return entry;
+}
+
 unsigned exifOrientation(std::span<const unsigned char> block) {
     const ExifBlock exif(block);
-    const auto directory = exif.firstDirectory();
-    if (!directory) return 1;
-    const auto entry = exif.find(*directory, exifTag::orientation);
+    const auto entry = exif.orientation();
     if (!entry) return 1;
     const auto value = exif.unsignedValue(*entry);
     return value && *value >= 1 && *value <= 8 ? *value : 1;

@@ -33,19 +33,22 @@ void writeNumber(Bytes& block, std::size_t position, std::size_t byteCount, std:
     }
 }
 
-// Sets the first value of an entry, which is the one that is read. Where there are more than there should be, none
-// is made longer.
 void setNumber(Bytes& block, std::size_t directory, std::uint16_t tag, std::uint32_t value) {
     const ExifBlock exif(block);
     const auto entry = exif.find(directory, tag);
-    if (!entry || !exif.unsignedValue(*entry)) return;
-    std::size_t byteCount = entry->valueBytes / entry->count;
+    if (!entry || entry->count != 1 || !exif.unsignedValue(*entry)) return;
+    std::size_t byteCount = entry->valueBytes;
     if (entry->type == shortType && value > largestShort) {
-        if (entry->count != 1) return;
         writeNumber(block, entry->position + 2, 2, longType);
         byteCount = 4;  // the field's whole width
     }
     writeNumber(block, entry->valuePosition, byteCount, value);
+}
+
+// Of several values the first, for that is the one that is read.
+void setOrientation(Bytes& block, std::uint32_t value) {
+    if (const auto entry = ExifBlock(block).orientation())
+        writeNumber(block, entry->valuePosition, entry->valueBytes / entry->count, value);
 }
 
 std::optional<std::size_t> subdirectory(const ExifBlock& exif, std::size_t directory, std::uint16_t tag) {
@@ -54,11 +57,25 @@ std::optional<std::size_t> subdirectory(const ExifBlock& exif, std::size_t direc
     return exif.unsignedValue(*entry);
 }
 
+// A directory with the link at its end; nothing where that reaches beyond the block.
+std::optional<ByteRange> rangeOf(const ExifBlock& exif, std::size_t directory) {
+    const auto link = exif.linkPosition(directory);
+    if (!link) return {};
+    return ByteRange{directory, *link + 4};
+}
+
+// Whether a directory shares no byte with the header or the first one, which it would change with itself.
+bool isApart(const ExifBlock& exif, std::size_t directory, std::size_t first) {
+    const auto range = rangeOf(exif, directory);
+    const auto other = rangeOf(exif, first);
+    return range && other && range->begin >= headerBytes && !range->overlaps(*other);
+}
+
 // What a directory with the link at its end and its values take up.
 void addRanges(const ExifBlock& exif, std::size_t directory, std::vector<ByteRange>& ranges) {
-    const auto link = exif.linkPosition(directory);
-    if (!link) return;
-    ranges.push_back({directory, *link + 4});
+    const auto range = rangeOf(exif, directory);
+    if (!range) return;
+    ranges.push_back(*range);
     for (const ExifEntry& entry : exif.entries(directory))
         ranges.push_back({entry.valuePosition, entry.valuePosition + entry.valueBytes});
 }
@@ -127,12 +144,12 @@ void patchExif(Bytes& block, int width, int height) {
     if (!first) return;
     setNumber(block, *first, exifTag::imageWidth, static_cast<std::uint32_t>(width));
     setNumber(block, *first, exifTag::imageHeight, static_cast<std::uint32_t>(height));
-    if (const auto details = subdirectory(exif, *first, exifTag::exifDirectory)) {
+    const auto details = subdirectory(exif, *first, exifTag::exifDirectory);
+    if (details && isApart(exif, *details, *first)) {
         setNumber(block, *details, exifTag::pixelWidth, static_cast<std::uint32_t>(width));
         setNumber(block, *details, exifTag::pixelHeight, static_cast<std::uint32_t>(height));
     }
-    // Last, so that it holds even where a malformed block has entries share their bytes.
-    setNumber(block, *first, exifTag::orientation, 1);
+    setOrientation(block, 1);
     dropThumbnail(block, *first);
 }
 
