@@ -33,7 +33,7 @@ TEST(Exif, TellsTheOrientation) {
         {"without values", 14, {0}, 1},
         {"two values inline", 14, {2}, 6},
         {"three values elsewhere, beyond the block", 14, {3, 0, 0, 0, 24}, 1},
-        {"three values elsewhere, on the entry itself", 14, {3, 0, 0, 0, 14, 0}, 3},
+        {"three values elsewhere, on the entry itself", 14, {3, 0, 0, 0, 14, 0}, 1},
         {"more values than memory", 14, {255, 255, 255, 255}, 1},
         {"another tag", 10, {0x13}, 1},
         {"more entries than bytes", 8, {2}, 1},
