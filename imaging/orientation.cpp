@@ -32,12 +32,12 @@ int TiltCorrection::computeImageRotation(float x, float y, float z, int& angle) 
     angle = 0;
     if (z > flatThreshold) return 0;
     if (std::fabs(x) <= deadZoneX && std::fabs(y) <= deadZoneY) return 0;
+    if (!std::isfinite(x) || !std::isfinite(y)) return 0;  // no direction
 
     // float, squares rounded before the add.
     const float radius = sqrtf(x * x + y * y);
     const float direction = acosf(x / radius);
     const float degrees = (y > 0.0f ? -degreesPerRadian : degreesPerRadian) * direction;
-    // Readings that are not a number have no direction.
-    if (!std::isnan(degrees)) angle = nearestQuarterTurn(rounded(degrees));
+    angle = nearestQuarterTurn(rounded(degrees));
     return 0;
 }
