@@ -176,6 +176,7 @@ TEST(Detect, ReadsStandardInputAndTellsFormatsByContent) {
     EXPECT_EQ(objectsOf(object).at(0)["format"], "png");
     EXPECT_EQ(objectsOf(object).at(0)["file"], "-");
     EXPECT_EQ(runTool({"detect", "-"}).err, "skylevel: (standard input): empty file\n");
+    EXPECT_EQ(runTool({"detect", "-"}, "").err, "skylevel: (standard input): Bad file descriptor\n");
     // Both are endless or nothing to read; neither may be swallowed first.
     EXPECT_EQ(runTool({"detect", "/dev/zero"}).err, "skylevel: /dev/zero: not a JPEG, PNG, WebP or HEIC file\n");
     EXPECT_EQ(runTool({"detect", "/"}).err, "skylevel: /: is a folder; -r takes the photos in it\n");

@@ -33,7 +33,10 @@ ToolProcess::ToolProcess(const std::vector<std::string>& arguments, const std::s
 
     posix_spawn_file_actions_t files;
     posix_spawn_file_actions_init(&files);
-    posix_spawn_file_actions_addopen(&files, STDIN_FILENO, standardInput.c_str(), O_RDONLY, 0);
+    if (standardInput.empty())
+        posix_spawn_file_actions_addclose(&files, STDIN_FILENO);
+    else
+        posix_spawn_file_actions_addopen(&files, STDIN_FILENO, standardInput.c_str(), O_RDONLY, 0);
     posix_spawn_file_actions_addopen(&files, STDOUT_FILENO, out.c_str(), O_WRONLY | O_CREAT, 0600);
     posix_spawn_file_actions_addopen(&files, STDERR_FILENO, err.c_str(), O_WRONLY | O_CREAT, 0600);
     if (posix_spawn(&child, SKYLEVEL_TOOL_FILE, &files, nullptr, pointers.data(), environ) != 0) child = -1;

@@ -34,6 +34,7 @@ private:
 // The tool while it runs.
 class ToolProcess {
 public:
+    // An empty standard input is a closed one.
     explicit ToolProcess(const std::vector<std::string>& arguments, const std::string& standardInput = "/dev/null",
                          const std::string& standardOutput = "");
 
