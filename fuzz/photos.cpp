@@ -39,18 +39,20 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::string output = folder.path / "output";
     const skylevel::Bytes bytes(data, data + size);
     if (!isPhoto(bytes)) return -1;
-    skylevel::writeFile(photo, bytes);
+    skylevel::writeFile(photo, bytes, skylevel::Existing::replace);
     fs::remove(output);
 
     skylevel::DetectOptions decision;
     decision.maxPixels = mostPixels;
-    const skylevel::DetectResult detected = skylevel::detect({photo, folder.path / "overlay.png"}, decision);
+    const skylevel::DetectResult detected =
+        skylevel::detect({photo, folder.path / "overlay.png", false, skylevel::Existing::replace}, decision);
     fuzz::require(!detected.error.empty() || (detected.width > 0 && detected.height > 0), "a photo has a size");
 
     skylevel::StraightenOptions options;
     options.decision = decision;
     options.angle = 5.0;
-    const skylevel::StraightenResult result = skylevel::straighten({photo, output, output, false, true}, options);
+    const skylevel::StraightenResult result =
+        skylevel::straighten({photo, output, output, false, skylevel::Existing::replace}, options);
     const bool isWritten = fs::exists(output);
     fuzz::require(isWritten == result.error.empty(), "a failure writes nothing, success writes a file");
     fuzz::require(fs::file_size(photo) == size, "the photo stays");

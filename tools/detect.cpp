@@ -44,28 +44,31 @@ Orientation chosenOrientation(const Photo& photo, const DetectOptions& options) 
     return options.turn ? Orientation{false, *options.turn} : photo.orientation;
 }
 
-DetectResult readAndDecide(const DetectJob& job, const DetectOptions& options) {
+void drawInto(const DetectJob& job, std::span<const unsigned char> bytes, const DetectOptions& options,
+              DetectResult& result) {
+    try {
+        checkExisting(job.overlay, job.existing);
+        Photo photo = decodePhoto(bytes, PixelWish::rgb, options.maxPixels);
+        photo.orientation = result.orientation;
+        if (job.makesFolder) makeFolderOf(job.overlay);
+        writeFile(job.overlay, drawOverlay(photo, result.decision), job.existing);
+    } catch (const FileError& error) {
+        result.overlayError = error.what();
+    }
+}
+
+void readAndDecide(const DetectJob& job, const DetectOptions& options, DetectResult& result) {
     const Bytes bytes = readFile(job.name, requirePhoto);
     Photo photo = decodePhoto(bytes, options.gray, options.maxPixels);
     photo.orientation = chosenOrientation(photo, options);
 
-    DetectResult result;
     result.format = photo.format;
     result.orientation = photo.orientation;
     result.width = photo.orientation.exchangesSides() ? photo.picture.height : photo.picture.width;
     result.height = photo.orientation.exchangesSides() ? photo.picture.width : photo.picture.height;
     result.warnings = photo.warnings;
     result.decision = decide(std::move(photo), options);
-    if (job.overlay.empty()) return result;
-    try {
-        photo = decodePhoto(bytes, PixelWish::rgb, options.maxPixels);
-        photo.orientation = result.orientation;
-        if (job.makesFolder) makeFolderOf(job.overlay);
-        writeFile(job.overlay, drawOverlay(photo, result.decision));
-    } catch (const FileError& error) {
-        result.overlayError = error.what();
-    }
-    return result;
+    if (!job.overlay.empty()) drawInto(job, bytes, options, result);
 }
 
 }  // namespace
@@ -96,7 +99,7 @@ Decision decide(Photo photo, const DetectOptions& options) {
 DetectResult detect(const DetectJob& job, const DetectOptions& options) {
     DetectResult result;
     try {
-        return readAndDecide(job, options);
+        readAndDecide(job, options, result);
     } catch (const std::bad_alloc&) {
         result.error = "not enough memory";
     } catch (const std::exception& error) {

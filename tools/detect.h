@@ -20,9 +20,10 @@ struct DetectOptions {
 
 // A photo to decide on. Everything about it is known beforehand, so that photos can be worked on in any order.
 struct DetectJob {
-    std::string name;          // standardInput for standard input
-    std::string overlay;       // PNG file to draw the decision into; empty for none
-    bool makesFolder = false;  // what is missing of the path to the overlay
+    std::string name;                      // standardInput for standard input
+    std::string overlay;                   // PNG file to draw the decision into; empty for none
+    bool makesFolder = false;              // what is missing of the path to the overlay
+    Existing existing = Existing::refuse;  // overlay
 };
 
 struct Decision {
@@ -37,7 +38,7 @@ struct Decision {
 
 // What came of a job.
 struct DetectResult {
-    std::string error;  // why the photo could not be read; then only the name counts
+    std::string error;  // why the photo could not be decided on; then only the name and the warnings count
     std::string overlayError;
     PhotoFormat format = PhotoFormat::jpeg;
     Orientation orientation;

@@ -77,6 +77,7 @@ DetectCommand::DetectCommand(CLI::App& tool) : command(tool.add_subcommand("dete
     command->add_option("--overlay-dir", overlayFolder, "Draw each photo's into DIR/NAME.png; DIR is made if missing")
         ->check(named, "")
         ->type_name("DIR");
+    command->add_flag("--force", force, "Replace overlays that exist");
 }
 
 void DetectCommand::checkOptions() const {
@@ -87,8 +88,10 @@ void DetectCommand::checkOptions() const {
 std::vector<DetectJob> DetectCommand::makeJobs() const {
     std::vector<DetectJob> jobs;
     OverlayNames names(overlayFolder);
+    const Existing existing = force ? Existing::replace : Existing::refuse;
     for (const Input& photo : findInputs(batch.photos, batch.recursive, overlayFolder))
-        jobs.push_back({photo.name, overlayFolder.empty() ? overlay : names.next(photo), !overlayFolder.empty()});
+        jobs.push_back(
+            {photo.name, overlayFolder.empty() ? overlay : names.next(photo), !overlayFolder.empty(), existing});
     if (!overlay.empty() && jobs.size() > 1) throw UsageError("--overlay is for one photo; use --overlay-dir");
     protectPhotos(jobs);
     return jobs;

@@ -31,6 +31,7 @@ private:
     BatchOptions batch;
     std::string overlay;
     std::string overlayFolder;
+    bool force = false;
 };
 
 }  // namespace skylevel

@@ -160,6 +160,11 @@ Bytes readFile(const std::string& name, void (*accepts)(std::span<const unsigned
     }
 }
 
+bool isFolder(const std::string& name) {
+    struct stat status = {};
+    return ::stat(name.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+}
+
 void makeFolderOf(const std::string& name) {
     std::error_code error;
     const std::filesystem::path folder = std::filesystem::path(name).parent_path();
@@ -175,6 +180,12 @@ void writeFile(const std::string& name, std::span<const unsigned char> bytes, Ex
     if (rights) temporary.sync();  // a file is about to go for it
     temporary.close();
     temporary.keepAs(name, existing);
+}
+
+void checkExisting(const std::string& name, Existing existing) {
+    struct stat status = {};
+    if (existing == Existing::refuse && ::lstat(name.c_str(), &status) == 0)
+        throw FileError("exists, and --force was not given");
 }
 
 }  // namespace skylevel

@@ -24,6 +24,9 @@ constexpr const char* standardInput = "-";
 // An interruption ends the wait for a pipe or a terminal with a FileError.
 Bytes readFile(const std::string& name, void (*accepts)(std::span<const unsigned char> start));
 
+// Whether there is a folder of this name, or a link to one.
+bool isFolder(const std::string& name);
+
 // Makes the folders on the way to a file, as far as they are missing. Throws a FileError.
 void makeFolderOf(const std::string& name);
 
@@ -31,6 +34,10 @@ enum class Existing { replace, refuse };
 
 // Writes a file in one step: a failure leaves neither a partial file nor a changed one. A file that is replaced leaves
 // its access rights to the new one; one that is to be refused is so even when it appears in the last moment.
-void writeFile(const std::string& name, std::span<const unsigned char> bytes, Existing existing = Existing::replace);
+void writeFile(const std::string& name, std::span<const unsigned char> bytes, Existing existing);
+
+// Throws a FileError when there is something of this name that is to be refused: before the work, for writing does so
+// again.
+void checkExisting(const std::string& name, Existing existing);
 
 }  // namespace skylevel

@@ -55,8 +55,7 @@ std::vector<Input> findInputs(const std::vector<std::string>& arguments, bool re
     Walk walk(leftOut);
     for (const std::string& argument : arguments) {
         const std::size_t before = walk.inputs.size();
-        std::error_code ignored;
-        if (!recursive || argument == standardInput || !fs::is_directory(argument, ignored)) {
+        if (!recursive || argument == standardInput || !isFolder(argument)) {
             walk.inputs.push_back({argument, fs::path(argument).filename().string()});
             continue;
         }

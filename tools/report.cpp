@@ -57,8 +57,9 @@ bool isControl(std::string_view sequence) {
 
 Json orNull(const std::optional<double>& value) { return value ? Json(*value) : Json(nullptr); }
 
-constexpr const char* columns[] = {"file",  "horizon", "angle", "verdict",  "decisionAngle", "threshold", "format",
-                                   "width", "height",  "turn",  "mirrored", "warnings",      "overlay",   "error"};
+constexpr const char* columns[] = {"file",      "horizon",  "angle",   "verdict",      "decisionAngle",
+                                   "threshold", "format",   "width",   "height",       "turn",
+                                   "mirrored",  "warnings", "overlay", "overlayError", "error"};
 
 Json objectOf(const DetectJob& job, const DetectResult& result, const DetectOptions& options) {
     Json object;
@@ -73,9 +74,10 @@ Json objectOf(const DetectJob& job, const DetectResult& result, const DetectOpti
         object["height"] = result.height;
         object["turn"] = result.orientation.turn;
         object["mirrored"] = result.orientation.mirrored;
-        object["warnings"] = result.warnings;
         if (!job.overlay.empty() && result.overlayError.empty()) object["overlay"] = job.overlay;
+        if (!result.overlayError.empty()) object["overlayError"] = result.overlayError;
     }
+    object["warnings"] = result.warnings;
     return object;
 }
 

@@ -2,7 +2,6 @@
 
 #include <cmath>
 #include <exception>
-#include <filesystem>
 #include <new>
 #include <utility>
 
@@ -61,13 +60,17 @@ const std::string& outputFor(const StraightenJob& job, const Format& format) {
     return name;
 }
 
+[[noreturn]] void throwUnwritable(const std::string& name, const FileError& error) {
+    throw FileError("cannot write " + name + ": " + error.what());
+}
+
 void write(const StraightenJob& job, const std::string& name, std::span<const unsigned char> bytes,
            StraightenResult& result) {
     try {
         if (job.inFolder) makeFolderOf(name);
-        writeFile(name, bytes, job.replace ? Existing::replace : Existing::refuse);
+        writeFile(name, bytes, job.existing);
     } catch (const FileError& error) {
-        throw FileError("cannot write " + name + ": " + error.what());
+        throwUnwritable(name, error);
     }
     result.output = name;
 }
@@ -92,16 +95,19 @@ void writeTurned(const Bytes& bytes, const StraightenJob& job, const StraightenO
     write(job, name, carried.bytes, result);
 }
 
-// Before the work, for writing refuses it again.
-void checkExisting(const StraightenJob& job) {
-    namespace fs = std::filesystem;
-    for (const std::string& name : {job.output, job.converted})
-        if (!job.replace && fs::exists(fs::symlink_status(name)) && !fs::is_directory(job.name))
-            throw FileError("cannot write " + name + ": it exists, and --force was not given");
+void checkOutputs(const StraightenJob& job) {
+    if (isFolder(job.name)) return;  // of which something else is to be said
+    for (const std::string& name : {job.output, job.converted}) {
+        try {
+            checkExisting(name, job.existing);
+        } catch (const FileError& error) {
+            throwUnwritable(name, error);
+        }
+    }
 }
 
 void straighten(const StraightenJob& job, const StraightenOptions& options, StraightenResult& result) {
-    checkExisting(job);
+    checkOutputs(job);
     const Bytes bytes = readFile(job.name, requirePhoto);
     result.outcome = Outcome::turned;
     if (options.angle) {

@@ -26,7 +26,7 @@ struct StraightenJob {
     std::string converted;  // instead, for a turned photo in a format that cannot be written; often the same
     bool inFolder = false;  // that file is one of a folder's: what is missing of the path to it is made, and a photo
                             // that is left alone is written, too, unchanged
-    bool replace = false;   // an output that exists
+    Existing existing = Existing::refuse;  // output
 };
 
 enum class Outcome {

@@ -86,15 +86,15 @@ bool StraightenCommand::isWanted() const { return command->parsed(); }
 
 bool StraightenCommand::outputIsFolder() const {
     if (output.empty()) return false;
-    const bool several = batch.photos.size() > 1 || (batch.recursive && fs::is_directory(batch.photos.front()));
-    return several || output.back() == '/' || fs::is_directory(output);
+    const bool several = batch.photos.size() > 1 || (batch.recursive && isFolder(batch.photos.front()));
+    return several || output.back() == '/' || isFolder(output);
 }
 
 void StraightenCommand::checkOptions() const {
     checkBatchOptions(batch);
     if (output.empty() && !inPlace) throw UsageError("-o FILE|DIR is missing");
     if (output == standardInput) throw UsageError("-o needs a file; nothing is written to standard output");
-    if (outputIsFolder() && fs::exists(output) && !fs::is_directory(output))
+    if (outputIsFolder() && identify(output) && !isFolder(output))
         throw UsageError("-o must be a folder for several photos, and " + output + " is none");
     const bool nameNeeded = output.empty() || outputIsFolder();
     for (const std::string& photo : batch.photos)
@@ -122,13 +122,13 @@ std::vector<StraightenJob> StraightenCommand::makeJobs() const {
         StraightenJob job;
         job.name = photo;
         job.output = outputFor(input);
-        job.replace = force;
+        job.existing = force ? Existing::replace : Existing::refuse;
         const auto replaced = inputs.find(identify(job.output).value_or(FileIdentity()));
         if (replaced != inputs.end()) {
             if (identify(photo) != replaced->first) refuseReplacing(photo, replaced->second);
             if (!inPlace) throw UsageError("the result of " + photo + " would replace it; --in-place allows that");
             job.output = resolved(job.output);  // the file, not a link to it
-            job.replace = true;
+            job.existing = Existing::replace;
         } else {
             job.inFolder = outputIsFolder();
         }

@@ -32,6 +32,7 @@ Json objectOf(const StraightenJob& job, const StraightenResult& result) {
     object["file"] = job.name;
     if (!result.error.empty()) {
         object["error"] = result.error;
+        object["warnings"] = result.warnings;
         return object;
     }
     const bool turned = result.outcome == Outcome::turned;

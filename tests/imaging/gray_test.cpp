@@ -107,11 +107,11 @@ TEST_F(Imaging, OrientationIsTheNearestQuarterTurn) {
     const struct {
         float x, y, z;
         int angle;
-    } cases[] = {{0, 9.8f, 9.0f, 90},  {0, 9.8f, 9.01f, 0}, {-5, -5, inf, 0},  {-9.8f, 0, 0, 180},
-                 {0, -9.8f, 0, 270},   {1e-5f, 0, 0, 0},    {0, 2e-4f, 0, 90}, {-2e-5f, 0, 0, 180},
-                 {-1, 1, 0, 180},      {-1, -1, 0, 270},    {nan, 1, 0, 0},    {1, nan, 0, 0},
-                 {inf, 1, 0, 0},       {-inf, -1, 0, 0},    {inf, inf, 0, 0},  {0, -1.1e-4f, nan, 270},
-                 {-1e-5f, 1e-4f, 0, 0}, {1, inf, 0, 0},       {1, -inf, 0, 0},   {1, 3e38f, 0, 90}};
+    } cases[] = {{0, 9.8f, 9.0f, 90},   {0, 9.8f, 9.01f, 0}, {-5, -5, inf, 0},  {-9.8f, 0, 0, 180},
+                 {0, -9.8f, 0, 270},    {1e-5f, 0, 0, 0},    {0, 2e-4f, 0, 90}, {-2e-5f, 0, 0, 180},
+                 {-1, 1, 0, 180},       {-1, -1, 0, 270},    {nan, 1, 0, 0},    {1, nan, 0, 0},
+                 {inf, 1, 0, 0},        {-inf, -1, 0, 0},    {inf, inf, 0, 0},  {0, -1.1e-4f, nan, 270},
+                 {-1e-5f, 1e-4f, 0, 0}, {1, inf, 0, 0},      {1, -inf, 0, 0},   {1, 3e38f, 0, 90}};
     for (const auto& c : cases) EXPECT_EQ(angleOf(c.x, c.y, c.z), c.angle) << c.x << " " << c.y << " " << c.z;
     // Half a degree off the diagonals the turn changes; degrees are minus the direction of (x, y).
     const std::pair<double, int> bounds[] = {{-134.51, 180}, {-134.49, 90}, {-44.51, 90},  {-44.49, 0},

@@ -134,10 +134,10 @@ TEST(Batch, WritesCsv) {
     const std::string missing = folder.file("missing");
     EXPECT_EQ(runTool({"detect", "--csv", sea, missing, bundled("odd-truncated.jpg")}).out,
               "file,horizon,angle,verdict,decisionAngle,threshold,format,width,height,turn,mirrored,warnings,overlay,"
-              "error\r\n" +
-                  quoted + ",true,0.0,segment,0.0,10.0,jpeg,1600,898,0,false,,,\r\n" + missing +
-                  ",,,,,,,,,,,,,No such file or directory\r\n" + bundled("odd-truncated.jpg") +
-                  ",true,0.0,segment,0.0,10.0,jpeg,1600,560,0,false,truncated: 560 of 1066 rows read,,\r\n");
+              "overlayError,error\r\n" +
+                  quoted + ",true,0.0,segment,0.0,10.0,jpeg,1600,898,0,false,,,,\r\n" + missing +
+                  ",,,,,,,,,,,,,,No such file or directory\r\n" + bundled("odd-truncated.jpg") +
+                  ",true,0.0,segment,0.0,10.0,jpeg,1600,560,0,false,truncated: 560 of 1066 rows read,,,\r\n");
     EXPECT_EQ(runTool({"straighten", "--csv", "--angle", "0", "-o", folder.file("o.jpg"), sea}).out,
               "file,turned,turn,reason,output,horizon,angle,verdict,decisionAngle,format,width,height,newWidth,"
               "newHeight,warnings,error\r\n" +

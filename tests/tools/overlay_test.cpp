@@ -33,9 +33,17 @@ TEST(Overlay, ShowsTheUprightPhotoTheDecidingLineAndTheVerdict) {
     for (int x = 0; x < sea.width; ++x) written = written || isGreen(x, sea.height - 20);
     EXPECT_TRUE(written);
 
-    EXPECT_EQ(runTool({"detect", "--overlay", file, bundled("waterfall-exif6.jpg")}).status, 1);
+    const skylevel::Bytes before = bytesOf(file);
+    const ToolRun refused = runTool({"detect", "--csv", "--overlay", file, bundled("waterfall-exif6.jpg")});
+    EXPECT_EQ(refused.status, 2);
+    EXPECT_EQ(refused.err, "skylevel: " + file + ": exists, and --force was not given\n");
+    EXPECT_NE(refused.out.find(",no segment long enough,"), std::string::npos);
+    EXPECT_TRUE(refused.out.ends_with(",,,\"exists, and --force was not given\",\r\n")) << refused.out;
+    EXPECT_EQ(bytesOf(file), before);
+
+    EXPECT_EQ(runTool({"detect", "--force", "--overlay", file, bundled("waterfall-exif6.jpg")}).status, 1);
     EXPECT_EQ(pictureOf(file).width, 1200) << "upright";
-    EXPECT_EQ(runTool({"detect", "--overlay", file, bundled("odd-1x1.jpg")}).status, 1);
+    EXPECT_EQ(runTool({"detect", "--force", "--overlay", file, bundled("odd-1x1.jpg")}).status, 1);
     EXPECT_GE(pictureOf(file).width, 480) << "magnified";
 }
 
@@ -65,7 +73,7 @@ TEST(Overlay, NeverReplacesAPhoto) {
          {std::pair{"--overlay", photo}, {"--overlay", folder.file("link.png")}, {"--overlay-dir", folder.file("")}}) {
         for (const std::string& name : {photo, std::string("-")}) {
             if (name == "-" && option == std::string("--overlay-dir")) continue;  // stdin.png is free
-            const ToolRun run = runTool({"detect", option, value, name}, photo);
+            const ToolRun run = runTool({"detect", "--force", option, value, name}, photo);
             EXPECT_EQ(run.status, 2);
             EXPECT_NE(run.err.find("would replace a photo"), std::string::npos) << run.err;
         }
@@ -83,7 +91,7 @@ TEST(Overlay, LeavesNothingBehindWhenItCannotBeWritten) {
 
     // A folder of that name is in the way of the last step.
     ASSERT_EQ(mkdir(folder.file("o.png").c_str(), 0700), 0);
-    EXPECT_EQ(runTool({"detect", "--overlay", folder.file("o.png"), bundled("uav-06.jpg")}).status, 2);
+    EXPECT_EQ(runTool({"detect", "--force", "--overlay", folder.file("o.png"), bundled("uav-06.jpg")}).status, 2);
     EXPECT_EQ(folder.names(), Names{"o.png"});
 }
 

@@ -272,7 +272,7 @@ TEST(Straighten, RefusesWhatWouldLoseSomething) {
         {{sea, folder.file("sub/sea.png"), "-o", folder.file("new")},
          sea + " and " + folder.file("sub/sea.png") + " would both be written to " + folder.file("new/sea.png")},
         {{sea, link, "--in-place"}, sea + " and " + link + " would both be written to " + sea},
-        {{sea, "-o", other}, sea + ": cannot write " + other + ": it exists, and --force was not given"},
+        {{sea, "-o", other}, sea + ": cannot write " + other + ": exists, and --force was not given"},
         {{sea, "-o", folder.file("x.jpg")}, sea + ": is a png file and stays one, unlike " + folder.file("x.jpg")},
         {{sea, "-o", "/dev/null", "--force"}, sea + ": cannot write /dev/null: exists and is not a file"},
         {{sea, "-o", other + "/x.png"}, sea + ": cannot write " + other + "/x.png: Not a directory"},
