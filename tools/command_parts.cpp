@@ -40,6 +40,8 @@ std::string checkDegrees(const std::string& text, double least, double most) {
     return reason;
 }
 
+std::string checkNamed(const std::string& name) { return name.empty() ? "needs a name" : ""; }
+
 void complain(const std::string& name, const std::string& reason) {
     std::fprintf(stderr, "skylevel: %s: %s\n", displayName(name).c_str(), printable(reason).c_str());
 }

@@ -21,6 +21,9 @@ void addDecisionOptions(CLI::App& command, DetectOptions& options);
 // A check for an option: an error text unless the argument is a number in this range. NaN is in none.
 std::string checkDegrees(const std::string& text, double least, double most);
 
+// A check for an option: an error text for an empty name.
+std::string checkNamed(const std::string& name);
+
 // One line on standard error.
 void complain(const std::string& name, const std::string& reason);
 

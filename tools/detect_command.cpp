@@ -70,12 +70,11 @@ DetectCommand::DetectCommand(CLI::App& tool) : command(tool.add_subcommand("dete
         ->check(CLI::IsMember({0, 90, 180, 270}).description(""))
         ->type_name("0|90|180|270");
     command->add_flag("-q,--quiet", batch.quiet, "No output but errors; stop at the first horizon");
-    const auto named = [](const std::string& name) { return name.empty() ? "needs a name" : std::string(); };
     command->add_option("--overlay", overlay, "Draw the decision on the one photo given into a PNG file")
-        ->check(named, "")
+        ->check(checkNamed, "")
         ->type_name("FILE");
     command->add_option("--overlay-dir", overlayFolder, "Draw each photo's into DIR/NAME.png; DIR is made if missing")
-        ->check(named, "")
+        ->check(checkNamed, "")
         ->type_name("DIR");
     command->add_flag("--force", force, "Replace overlays that exist");
 }

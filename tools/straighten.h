@@ -23,7 +23,8 @@ struct StraightenOptions {
 struct StraightenJob {
     std::string name;       // standardInput for standard input
     std::string output;     // the file to write
-    std::string converted;  // instead, for a turned photo in a format that cannot be written; often the same
+    std::string converted;  // instead, for a turned photo in a format that cannot be written; often the same. Empty
+                            // when there must be none, for the output is the photo itself
     bool inFolder = false;  // that file is one of a folder's: what is missing of the path to it is made, and a photo
                             // that is left alone is written, too, unchanged
     Existing existing = Existing::refuse;  // output

@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <map>
+#include <optional>
 
 #include "tools/command_line.h"
 #include "tools/command_parts.h"
@@ -41,16 +42,46 @@ std::string resolved(const std::string& name) {
     return error ? name : path.string();
 }
 
-// Where the turned photo goes instead when the name's format can only be read.
-std::string convertedName(const std::string& name) {
-    const std::optional<PhotoFormat> format = formatOfName(name);
-    if (!format || formatOf(*format).encode != nullptr) return name;
-    return fs::path(name).replace_extension(".jpg").string();
-}
-
 [[noreturn]] void refuseReplacing(const std::string& photo, const std::string& other) {
     throw UsageError("the result of " + photo + " would replace the photo " + other);
 }
+
+// Which files are read and written, so that none is written twice or instead of a photo.
+class OutputNames {
+public:
+    explicit OutputNames(const std::vector<Input>& inputs) {
+        for (const Input& photo : inputs)
+            if (const auto identity = identify(photo.name)) photos.emplace(*identity, photo.name);
+    }
+
+    // The photo that a name leads to.
+    std::optional<std::string> photoAt(const std::string& name) const {
+        const auto photo = photos.find(identify(name).value_or(FileIdentity()));
+        return photo == photos.end() ? std::nullopt : std::optional(photo->second);
+    }
+
+    void claim(const std::string& name, const std::string& photo) {
+        const auto [other, isNew] = outputs.emplace(resolved(name), photo);
+        if (isNew) return;
+        if (other->second == photo) throw UsageError(photo + " was given twice");
+        throw UsageError(other->second + " and " + photo + " would both be written to " + name);
+    }
+
+    // Where a turned photo goes instead when the name's format can only be read; numbered where the name is taken.
+    std::string convertedName(const std::string& name) {
+        const std::optional<PhotoFormat> format = formatOfName(name);
+        if (!format || formatOf(*format).encode != nullptr) return name;
+        const std::string stem = fs::path(name).replace_extension().string();
+        std::string converted = stem + ".jpg";
+        for (int number = 2; photoAt(converted) || !outputs.emplace(resolved(converted), name).second; ++number)
+            converted = stem + "-" + std::to_string(number) + ".jpg";
+        return converted;
+    }
+
+private:
+    std::map<FileIdentity, std::string> photos;
+    std::map<std::string, std::string> outputs;  // and the photos they come from
+};
 
 }  // namespace
 
@@ -61,6 +92,7 @@ StraightenCommand::StraightenCommand(CLI::App& tool) : command(tool.add_subcomma
     command->footer(notes);
     addBatchOptions(*command, batch);
     command->add_option("-o,--output", output, "The file to write, or the folder; made if missing for several photos")
+        ->check(checkNamed, "")
         ->type_name("FILE|DIR");
     command->add_flag("--in-place", inPlace, "Allow a photo to be replaced by its result; without -o, do so");
     command->add_flag("--force", force, "Replace other files that exist");
@@ -108,39 +140,29 @@ std::string StraightenCommand::outputFor(const Input& photo) const {
 
 std::vector<StraightenJob> StraightenCommand::makeJobs() const {
     const std::vector<Input> photos = findInputs(batch.photos, batch.recursive, outputIsFolder() ? output : "");
-    std::map<FileIdentity, std::string> inputs;
-    for (const Input& photo : photos)
-        if (const auto identity = identify(photo.name)) inputs.emplace(*identity, photo.name);
+    OutputNames names(photos);
     std::vector<StraightenJob> jobs;
-    std::map<std::string, std::string> outputs;  // and the photos they come from
-    const auto claim = [&](const std::string& name, const std::string& photo) {
-        const auto [other, isNew] = outputs.emplace(resolved(name), photo);
-        if (!isNew) throw UsageError(other->second + " and " + photo + " would both be written to " + name);
-    };
-    for (const Input& input : photos) {
-        const std::string& photo = input.name;
+    for (const Input& photo : photos) {
         StraightenJob job;
-        job.name = photo;
-        job.output = outputFor(input);
+        job.name = photo.name;
+        job.output = outputFor(photo);
         job.existing = force ? Existing::replace : Existing::refuse;
-        const auto replaced = inputs.find(identify(job.output).value_or(FileIdentity()));
-        if (replaced != inputs.end()) {
-            if (identify(photo) != replaced->first) refuseReplacing(photo, replaced->second);
-            if (!inPlace) throw UsageError("the result of " + photo + " would replace it; --in-place allows that");
+        job.converted = job.output;
+        if (const auto replaced = names.photoAt(job.output)) {
+            if (identify(photo.name) != identify(*replaced)) refuseReplacing(photo.name, *replaced);
+            if (!inPlace) throw UsageError("the result of " + photo.name + " would replace it; --in-place allows that");
             job.output = resolved(job.output);  // the file, not a link to it
+            job.converted.clear();
             job.existing = Existing::replace;
         } else {
             job.inFolder = outputIsFolder();
         }
-        claim(job.output, photo);
-        job.converted = job.inFolder ? convertedName(job.output) : job.output;
-        if (job.converted != job.output) {
-            const auto lost = inputs.find(identify(job.converted).value_or(FileIdentity()));
-            if (lost != inputs.end()) refuseReplacing(photo, lost->second);
-            claim(job.converted, photo);
-        }
+        names.claim(job.output, photo.name);
         jobs.push_back(job);
     }
+    // Once all names are known that nothing else will do for.
+    for (StraightenJob& job : jobs)
+        if (job.inFolder) job.converted = names.convertedName(job.output);
     return jobs;
 }
 

@@ -244,16 +244,23 @@ TEST(Heic, IsTurnedOnceAndBecomesAJpeg) {
     EXPECT_EQ(skylevel::exifOrientation(segments[0].data.subspan(6)), 1U);
     EXPECT_EQ(segments[1].data.size(), 14 + profile.size());
 
-    // Into a folder it goes as what it becomes; nothing else may want that name.
+    // Into a folder it goes as what it becomes, numbered where something else wants that name.
     EXPECT_EQ(runTool({"straighten", "-r", "--angle", "3", "-o", folder.file("out"), folder.file("in")}).status, 0);
     EXPECT_EQ(bytesOf(folder.file("out/a.jpg")), jpeg);
     EXPECT_EQ(runTool({"straighten", "-r", "--min-angle", "45", "-o", folder.file("same"), folder.file("in")}).status,
               1);
     EXPECT_EQ(bytesOf(folder.file("same/a.heic")), file);
     writeBytes(folder.file("in/a.jpg"), jpeg);
-    EXPECT_EQ(linesOf(runTool({"straighten", "-r", "-o", folder.file("new"), folder.file("in")}).err).at(0),
-              "skylevel: " + in + " and " + folder.file("in/a.jpg") + " would both be written to " +
-                  folder.file("new/a.jpg"));
+    EXPECT_EQ(runTool({"straighten", "-r", "--angle", "3", "-o", folder.file("new"), folder.file("in")}).status, 0);
+    EXPECT_EQ(bytesOf(folder.file("new/a-2.jpg")), jpeg);
+    EXPECT_NE(bytesOf(folder.file("new/a.jpg")), jpeg) << "turned again";
+
+    // The name does not make the photo itself a JPEG.
+    const std::string misnamed = folder.file("in/a.jpg");
+    writeBytes(misnamed, file);
+    EXPECT_EQ(runTool({"straighten", "--angle", "3", "--in-place", misnamed}).err,
+              "skylevel: " + misnamed + ": is a HEIC file, which cannot be written; -o FILE.jpg makes a JPEG\n");
+    EXPECT_EQ(bytesOf(misnamed), file);
 }
 
 #endif

@@ -263,6 +263,8 @@ TEST(Straighten, RefusesWhatWouldLoseSomething) {
         {{sea, "-o", "-"}, "-o needs a file; nothing is written to standard output"},
         {{sea, other, "-o", link}, "-o must be a folder for several photos, and " + link + " is none"},
         {{"-", "-o", folder.file("")}, "standard input has no name; it needs -o FILE"},
+        {{sea, "--in-place", "-o", ""}, "--output: needs a name"},
+        {{sea, sea, "-o", folder.file("new")}, sea + " was given twice"},
         {{"-", "--in-place"}, "standard input has no name; it needs -o FILE"},
         {{sea, "-o", sea, "--force"}, "the result of " + sea + " would replace it; --in-place allows that"},
         {{sea, "-o", folder.file("")}, "the result of " + sea + " would replace it; --in-place allows that"},
