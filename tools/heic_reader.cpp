@@ -4,7 +4,9 @@
 #include <algorithm>
 #include <cstring>
 #include <memory>
+#include <string_view>
 
+#include "tools/jpeg_segments.h"
 #include "tools/photo.h"
 
 namespace skylevel {
@@ -12,7 +14,10 @@ namespace {
 
 void require(const heif_error& error) {
     if (error.code == heif_error_Memory_allocation_error) throw FileError("not enough memory");
-    if (error.code != heif_error_Ok) throw FileError(std::string("HEIC: ") + error.message);
+    if (error.code == heif_error_Ok) return;
+    std::string_view reason = error.message;
+    while (reason.ends_with('\n')) reason.remove_suffix(1);
+    throw FileError("HEIC: " + std::string(reason));
 }
 
 // Its decoders are looked for once, before several threads ask for them.
@@ -73,7 +78,9 @@ Bytes exifIn(const Bytes& bytes) {
     const std::size_t skipped =
         std::size_t{bytes[0]} << 24 | std::size_t{bytes[1]} << 16 | std::size_t{bytes[2]} << 8 | bytes[3];
     if (skipped > bytes.size() - 4) return {};
-    return {bytes.begin() + 4 + static_cast<std::ptrdiff_t>(skipped), bytes.end()};
+    Bytes exif(bytes.begin() + 4 + static_cast<std::ptrdiff_t>(skipped), bytes.end());
+    dropExifHeader(exif);
+    return exif;
 }
 
 MetadataBlocks metadataOf(const heif_image_handle* handle) {
@@ -92,6 +99,25 @@ MetadataBlocks metadataOf(const heif_image_handle* handle) {
     blocks.profile.resize(heif_image_handle_get_raw_color_profile_size(handle));
     if (!blocks.profile.empty()) require(heif_image_handle_get_raw_color_profile(handle, blocks.profile.data()));
     return blocks;
+}
+
+// Whether numbers, and no colour profile, say what the colours are, and these are other than a JPEG's without one.
+bool hasOtherColours(const heif_image_handle* handle) {
+    if (heif_image_handle_get_raw_color_profile_size(handle) > 0) return false;
+    heif_color_profile_nclx* found = nullptr;
+    if (heif_image_handle_get_nclx_color_profile(handle, &found).code != heif_error_Ok) return false;
+    const std::unique_ptr<heif_color_profile_nclx, void (*)(heif_color_profile_nclx*)> colours(
+        found, heif_nclx_color_profile_free);
+    // The curves of BT.709 and BT.601 are those of cameras whose pictures everybody shows as sRGB.
+    constexpr heif_color_primaries primaries[] = {heif_color_primaries_ITU_R_BT_709_5,
+                                                  heif_color_primaries_unspecified};
+    constexpr heif_transfer_characteristics curves[] = {
+        heif_transfer_characteristic_IEC_61966_2_1, heif_transfer_characteristic_ITU_R_BT_709_5,
+        heif_transfer_characteristic_ITU_R_BT_601_6, heif_transfer_characteristic_unspecified};
+    const auto isAmong = [](auto value, const auto& values) {
+        return std::find(std::begin(values), std::end(values), value) != std::end(values);
+    };
+    return !isAmong(colours->color_primaries, primaries) || !isAmong(colours->transfer_characteristics, curves);
 }
 
 }  // namespace
@@ -113,6 +139,8 @@ Photo decodeHeic(std::span<const unsigned char> bytes, PixelWish wish, std::int6
     if (wish != PixelWish::stored) return photo;
     photo.metadata = metadataOf(handle.get());
     if (hasAlpha) photo.warnings.emplace_back("transparent parts become white");
+    if (hasOtherColours(handle.get()))
+        photo.warnings.emplace_back("colours not kept: they are not sRGB, and no colour profile can be copied");
     if (heif_context_get_number_of_top_level_images(context.get()) > 1)
         photo.warnings.emplace_back("not kept: all but the first of several pictures");
     return photo;

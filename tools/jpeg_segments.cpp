@@ -25,6 +25,10 @@ bool startsWith(std::span<const unsigned char> data, std::string_view header) {
     return data.size() >= header.size() && std::memcmp(data.data(), header.data(), header.size()) == 0;
 }
 
+void dropExifHeader(Bytes& exif) {
+    if (startsWith(exif, exifHeader)) exif.erase(exif.begin(), exif.begin() + exifHeader.size());
+}
+
 JpegSegments findSegments(std::span<const unsigned char> file) {
     JpegSegments segments;
     std::size_t position = 0;

@@ -14,6 +14,9 @@ constexpr std::string_view exifHeader{"Exif\0\0", 6};
 
 bool startsWith(std::span<const unsigned char> data, std::string_view header);
 
+// Some writers put that header in other formats, too, where the block alone belongs: takes it off.
+void dropExifHeader(Bytes& exif);
+
 struct JpegSegment {
     unsigned char marker = 0;             // 0xE0 to 0xEF or 0xFE
     std::span<const unsigned char> data;  // without marker and length

@@ -41,9 +41,7 @@ void readMetadata(std::span<const unsigned char> bytes, Photo& photo) {
         return;
     }
     photo.metadata = {chunk(mux.get(), "EXIF"), chunk(mux.get(), "ICCP"), chunk(mux.get(), "XMP ")};
-    // Some writers put a JPEG's header here, too.
-    Bytes& exif = photo.metadata.exif;
-    if (startsWith(exif, exifHeader)) exif.erase(exif.begin(), exif.begin() + exifHeader.size());
+    dropExifHeader(photo.metadata.exif);
 }
 
 }  // namespace

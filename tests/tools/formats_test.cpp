@@ -5,6 +5,7 @@
 #include <libheif/heif.h>
 #endif
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -172,7 +173,8 @@ TEST(Webp, GivesUpOnBrokenFilesWithAReason) {
 extern "C" const char* __lsan_default_suppressions() { return "leak:libx265\n"; }
 
 // Empty where libheif has no encoder.
-Bytes heicOf(const Picture& picture, heif_orientation turn, const Bytes& exif, const Bytes& profile) {
+Bytes heicOf(const Picture& picture, heif_orientation turn, const Bytes& exif, const Bytes& profile,
+             const char* profileKind = "prof") {
     const std::unique_ptr<heif_context, void (*)(heif_context*)> context(heif_context_alloc(), heif_context_free);
     heif_encoder* encoder = nullptr;
     if (heif_context_get_encoder_for_format(context.get(), heif_compression_HEVC, &encoder).code != heif_error_Ok)
@@ -185,7 +187,7 @@ Bytes heicOf(const Picture& picture, heif_orientation turn, const Bytes& exif, c
     unsigned char* const pixels = heif_image_get_plane(image, heif_channel_interleaved, &stride);
     for (int y = 0; y < picture.height; ++y)
         std::memcpy(pixels + std::ptrdiff_t{y} * stride, picture.row(y), picture.rowBytes());
-    heif_image_set_raw_color_profile(image, "prof", profile.data(), profile.size());
+    heif_image_set_raw_color_profile(image, profileKind, profile.data(), profile.size());
     heif_encoding_options* const options = heif_encoding_options_alloc();
     options->image_orientation = turn;
     heif_image_handle* handle = nullptr;
@@ -223,7 +225,8 @@ TEST(Heic, IsTurnedOnceAndBecomesAJpeg) {
     EXPECT_NEAR(photo.picture.row(30)[60], 40, 5);
     EXPECT_NEAR(photo.picture.row(160)[60], 200, 5);
     EXPECT_EQ(reasonFor(file, 128 * 192 - 1), "128 x 192 pixels are more than the limit of 24575");
-    EXPECT_TRUE(reasonFor({file.begin(), file.begin() + 200}).starts_with("HEIC: "));
+    const std::string reason = reasonFor({file.begin(), file.begin() + 200});
+    EXPECT_TRUE(reason.starts_with("HEIC: ") && !reason.ends_with('\n')) << reason;
 
     const TemporaryFolder folder;
     std::filesystem::create_directory(folder.file("in"));
@@ -261,6 +264,35 @@ TEST(Heic, IsTurnedOnceAndBecomesAJpeg) {
     EXPECT_EQ(runTool({"straighten", "--angle", "3", "--in-place", misnamed}).err,
               "skylevel: " + misnamed + ": is a HEIC file, which cannot be written; -o FILE.jpg makes a JPEG\n");
     EXPECT_EQ(bytesOf(misnamed), file);
+}
+
+TEST(Heic, WarnsOfColoursThatNumbersDescribe) {
+    const struct {
+        unsigned char primaries, curve;
+        bool kept;
+    } cases[] = {{1, 13, true}, {2, 2, true}, {12, 13, false}, {9, 16, false}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(int{c.primaries});
+        const Bytes colours = {0, c.primaries, 0, c.curve, 0, 6, 0x80};
+        const Bytes file = heicOf(noisyPicture(64, 64), heif_orientation_normal, exifBlock(1), colours, "nclx");
+        if (file.empty()) GTEST_SKIP() << "libheif has no encoder for HEIC";
+        const std::vector<std::string> warnings = decode(file).warnings;
+        EXPECT_EQ(warnings.empty(), c.kept);
+        EXPECT_TRUE(c.kept || warnings.at(0).starts_with("colours not kept"));
+    }
+}
+
+TEST(Heic, FindsExifBehindTheHeaderOfAJpeg) {
+    const std::string_view header = "\0\0\0\6Exif\0\0"sv;  // a number that leads past the header, and the header
+    Bytes exif = bytesFrom(header.substr(4));
+    const Bytes block = exifBlock(6);
+    exif.insert(exif.end(), block.begin(), block.end());
+    Bytes file = heicOf(noisyPicture(64, 64), heif_orientation_normal, exif, {});
+    if (file.empty()) GTEST_SKIP() << "libheif has no encoder for HEIC";
+    const auto number = std::search(file.begin(), file.end(), header.begin(), header.end());
+    ASSERT_NE(number, file.end());
+    number[3] = 0;
+    EXPECT_EQ(decode(file).metadata.exif, block);
 }
 
 #endif
