@@ -41,7 +41,8 @@ private:
         if (!entry.is_symlink(ignored) && entry.is_directory(ignored)) {
             const bool entered = !leftOut || identify(entry.path().string()) != leftOut;
             if (entered) addFolder(entry.path(), place / name);
-        } else if (entry.is_regular_file(ignored) && formatOfName(name.string())) {
+        } else if (const fs::file_status status = entry.status(ignored);
+                   formatOfName(name.string()) && (fs::is_regular_file(status) || !fs::exists(status))) {
             inputs.push_back({entry.path().string(), (place / name).string()});
         }
     }

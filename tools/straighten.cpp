@@ -109,19 +109,19 @@ void checkOutputs(const StraightenJob& job) {
 void straighten(const StraightenJob& job, const StraightenOptions& options, StraightenResult& result) {
     checkOutputs(job);
     const Bytes bytes = readFile(job.name, requirePhoto);
-    result.outcome = Outcome::turned;
     if (options.angle) {
-        result.turn = *options.angle;
+        result.outcome = std::fabs(*options.angle) < options.minAngle ? Outcome::level : Outcome::turned;
     } else {
         result.decision = decideUpright(bytes, options, result);
         result.outcome = outcomeOf(*result.decision, options);
     }
-    if (result.outcome != Outcome::turned) {
-        if (job.inFolder) write(job, job.output, bytes, result);
+    if (result.outcome == Outcome::turned) {
+        result.turn = options.angle ? *options.angle : levellingTurn(*result.decision->angle);
+        writeTurned(bytes, job, options, result);
         return;
     }
-    if (!options.angle) result.turn = levellingTurn(*result.decision->angle);
-    writeTurned(bytes, job, options, result);
+    if (options.angle) setSize(decodePhoto(bytes, PixelWish::luma, options.decision.maxPixels), result);
+    if (job.inFolder) write(job, job.output, bytes, result);
 }
 
 }  // namespace

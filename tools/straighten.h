@@ -13,8 +13,8 @@ namespace skylevel {
 struct StraightenOptions {
     DetectOptions decision;
     std::optional<double> angle;  // degrees, positive clockwise: the turn of the content, instead of deciding
-    double minAngle = 0.1;        // degrees; a horizon closer to level is left alone
-    double maxAngle = 15.0;       // degrees; a horizon further from it is, too
+    double minAngle = 0.1;        // degrees; a photo to be turned by less is left alone
+    double maxAngle = 15.0;       // degrees; a horizon further from level is, too
     bool keepCanvas = false;      // the whole turned photo, with empty corners
     int quality = 95;             // of a JPEG or a lossy WebP, 1 to 100
 };
@@ -33,8 +33,8 @@ struct StraightenJob {
 enum class Outcome {
     turned,
     noHorizon,   // and these are left alone
-    level,       // closer to level than minAngle
-    beyondLimit  // further from it than maxAngle
+    level,       // to be turned by less than minAngle
+    beyondLimit  // further from level than maxAngle
 };
 
 // What came of a job.

@@ -20,8 +20,11 @@ std::size_t pixelCount(const Picture& picture) {
 }
 
 Picture turnedColours(Picture source, double degrees, bool keepCanvas) {
-    Cut cut = straightCut(source.width, source.height, degrees);
-    if (cut.width < 1) throw FileError("the picture is too thin to be turned");
+    Cut cut;
+    if (!keepCanvas) {
+        cut = straightCut(source.width, source.height, degrees);
+        if (cut.width < 1) throw FileError("too thin to be turned without empty corners; --keep-canvas keeps them");
+    }
     TiltCorrection corrector(source.pixels.get(), source.width, source.height, source.width * colours);
     // Neither status is of use here: manuCorrection fails, too, when only the library's own crop rectangle leaves its
     // range, and the other tells of a canvas smaller than the picture.

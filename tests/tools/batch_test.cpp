@@ -66,7 +66,8 @@ void fill(const TemporaryFolder& folder) {
 }
 
 const Names& places() {
-    static const Names names = {"a.PNG", "b/broken.jpg", "b/deep/x.png", "b.png", "c/a.png", "c/link.png", "c/sea.jpg"};
+    static const Names names = {"a.PNG",   "b/broken.jpg", "b/deep/x.png",  "b.png",
+                                "c/a.png", "c/link.png",   "c/nowhere.png", "c/sea.jpg"};
     return names;
 }
 
@@ -78,7 +79,10 @@ TEST(Batch, WalksFoldersInOrderWhateverTheJobs) {
     EXPECT_EQ(one.status, 2);
     EXPECT_EQ(one.err, "skylevel: " + in +
                            "/b/broken.jpg: not a JPEG, PNG, WebP or HEIC file\n"
-                           "skylevel: 8 photos: 7 read, 2 with a horizon, 1 failed\n");
+                           "skylevel: " +
+                           in +
+                           "/c/nowhere.png: No such file or directory\n"
+                           "skylevel: 9 photos: 7 read, 2 with a horizon, 2 failed\n");
     const Names lines = linesOf(one.out);
     ASSERT_EQ(lines.size(), places().size() + 1);
     for (std::size_t i = 0; i < places().size(); ++i)
@@ -106,14 +110,18 @@ TEST(Batch, KeepsTheFoldersOfStraightenedPhotos) {
             {"straighten", "-r", "--angle", "5", "-q", "--force", "--summary", "-o", folder.file("in/made/out"), in});
         EXPECT_EQ(run.err, "skylevel: " + in +
                                "/b/broken.jpg: not a JPEG, PNG, WebP or HEIC file\n"
-                               "skylevel: 7 photos: 6 read, 6 straightened, 0 left alone, 1 failed\n");
+                               "skylevel: " +
+                               in +
+                               "/c/nowhere.png: No such file or directory\n"
+                               "skylevel: 8 photos: 6 read, 6 straightened, 0 left alone, 2 failed\n");
     }
     Names written;
     for (const auto& entry : fs::recursive_directory_iterator(folder.file("in/made/out")))
         if (!entry.is_directory()) written.push_back(fs::relative(entry.path(), folder.file("in/made/out")).string());
     std::sort(written.begin(), written.end());
     Names expected = places();
-    expected.erase(std::find(expected.begin(), expected.end(), "b/broken.jpg"));
+    for (const char* failed : {"b/broken.jpg", "c/nowhere.png"})
+        expected.erase(std::find(expected.begin(), expected.end(), failed));
     std::sort(expected.begin(), expected.end());
     EXPECT_EQ(written, expected);
 
@@ -138,7 +146,7 @@ TEST(Batch, WritesCsv) {
                   quoted + ",true,0.0,segment,0.0,10.0,jpeg,1600,898,0,false,,,,\r\n" + missing +
                   ",,,,,,,,,,,,,,No such file or directory\r\n" + bundled("odd-truncated.jpg") +
                   ",true,0.0,segment,0.0,10.0,jpeg,1600,560,0,false,truncated: 560 of 1066 rows read,,,\r\n");
-    EXPECT_EQ(runTool({"straighten", "--csv", "--angle", "0", "-o", folder.file("o.jpg"), sea}).out,
+    EXPECT_EQ(runTool({"straighten", "--csv", "--angle", "0", "--min-angle", "0", "-o", folder.file("o.jpg"), sea}).out,
               "file,turned,turn,reason,output,horizon,angle,verdict,decisionAngle,format,width,height,newWidth,"
               "newHeight,warnings,error\r\n" +
                   quoted + ",true,0.0,," + folder.file("o.jpg") + ",,,,,jpeg,1600,898,1600,898,,\r\n");

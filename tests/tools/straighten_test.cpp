@@ -109,6 +109,7 @@ TEST(Straighten, LeavesAloneWhatNeedsNoTurn) {
                  {bundled("odd-cmyk-flower.jpg"), {}, "left alone: no horizon, no segment long enough"},
                  {bundled("sea-breaker.jpg"), {}, "left alone, level enough: horizon, +0.00 degrees, segment"},
                  {sea, {"--min-angle", "9"}, "left alone, level enough: horizon, -7.98 degrees, segment"},
+                 {sea, {"--angle", "-0.05"}, "left alone, level enough"},
                  {sea, {"--max-angle", "4"}, "left alone, tilted beyond the limit: horizon, -7.98 degrees, segment"}};
     for (const auto& c : cases) {
         SCOPED_TRACE(c.reason);
@@ -131,38 +132,28 @@ TEST(Straighten, TurnsEveryChannelByTheAngle) {
     constexpr int width = 40;
     constexpr int height = 26;
     const Bytes noise = pixelsOf(noisyPicture(width * 2, height * 2));
-    const auto rows = [&](std::size_t bytesPerPixel) {
-        return Bytes(noise.begin(), noise.begin() + static_cast<std::ptrdiff_t>(width * height * bytesPerPixel));
+    const auto recipe = [&](int colourType, int depth, int bytesPerPixel) {
+        const Bytes rows(noise.begin(), noise.begin() + std::ptrdiff_t{width} * height * bytesPerPixel);
+        return PngRecipe{width, height, colourType, depth, false, rows, {}, {}};
     };
+    PngRecipe palette = recipe(PNG_COLOR_TYPE_PALETTE, 8, 1);
+    for (unsigned char& index : palette.rows) index %= 2;
+    palette.palette = {1, 2, 3, 255, 0, 100, 200, 51};
     const struct {
-        const char* name;
         PngRecipe recipe;
         int channels;
-        const char* warning;
+        const char* warning = "";
     } cases[] = {
-        {"gray", {width, height, PNG_COLOR_TYPE_GRAY, 8, false, rows(1), {}, {}}, 1, ""},
-        {"gray with alpha", {width, height, PNG_COLOR_TYPE_GRAY_ALPHA, 8, false, rows(2), {}, {}}, 2, ""},
-        {"colour", {width, height, PNG_COLOR_TYPE_RGB, 8, true, rows(3), {}, {}}, 3, ""},
-        {"colour with alpha", {width, height, PNG_COLOR_TYPE_RGB_ALPHA, 8, false, rows(4), {}, {}}, 4, ""},
-        {"palette",
-         {width,
-          height,
-          PNG_COLOR_TYPE_PALETTE,
-          8,
-          false,
-          Bytes(rows(1).size(), 1),
-          {1, 2, 3, 255, 0, 100, 200, 51},
-          {}},
-         4,
-         ""},
-        {"16 bits",
-         {width, height, PNG_COLOR_TYPE_RGB, 16, false, rows(6), {}, {}},
-         3,
-         "warning: 16 bits a channel, written with 8"},
+        {recipe(PNG_COLOR_TYPE_GRAY, 8, 1), 1},
+        {recipe(PNG_COLOR_TYPE_GRAY_ALPHA, 8, 2), 2},
+        {recipe(PNG_COLOR_TYPE_RGB, 8, 3), 3},
+        {recipe(PNG_COLOR_TYPE_RGB_ALPHA, 8, 4), 4},
+        {palette, 4},
+        {recipe(PNG_COLOR_TYPE_RGB, 16, 6), 3, "warning: 16 bits a channel, written with 8"},
     };
     for (const auto& c : cases)
         for (const bool keepCanvas : {false, true}) {
-            SCOPED_TRACE(c.name);
+            SCOPED_TRACE(c.recipe.colourType);
             writeBytes(folder.file("in.png"), makePng(c.recipe));
             std::vector<std::string> arguments = {
                 "straighten", "--force", "--angle", "-33.5", "-o", folder.file("out.png"), folder.file("in.png")};
@@ -194,11 +185,20 @@ TEST(Straighten, TurnsEveryChannelByTheAngle) {
         }
 }
 
-TEST(Straighten, TurnsWhereTheLibrarysOwnRectangleFails) {
+TEST(Straighten, TurnsWhatTheLibraryOrTheCutRefuses) {
     const TemporaryFolder folder;
-    writeBytes(folder.file("in.png"), pngOf(noisyPicture(30, 30), 1));
-    EXPECT_EQ(runTool({"straighten", "--angle", "135", "-o", folder.file("out.png"), folder.file("in.png")}).status, 0);
+    const std::string in = folder.file("in.png");
+    std::vector<std::string> arguments = {"straighten", "--force", "--angle", "135", "-o", folder.file("out.png"), in};
+    writeBytes(in, pngOf(noisyPicture(30, 30), 1));  // its crop rectangle lies beside the picture
+    EXPECT_EQ(runTool(arguments).status, 0);
     EXPECT_EQ(stored(folder.file("out.png")).picture.width, 21);
+    arguments[3] = "90";
+    writeBytes(in, pngOf(noisyPicture(1, 30), 1));
+    EXPECT_EQ(runTool(arguments).err,
+              "skylevel: " + in + ": too thin to be turned without empty corners; --keep-canvas keeps them\n");
+    arguments.emplace_back("--keep-canvas");
+    EXPECT_EQ(runTool(arguments).status, 0);
+    EXPECT_EQ(stored(folder.file("out.png")).picture.width, 30);
 }
 
 TEST(Straighten, KeepsTheCodingOfAJpeg) {
@@ -349,6 +349,9 @@ TEST(Straighten, GoesOnAfterABrokenPhoto) {
     EXPECT_EQ(run.err, "skylevel: " + broken + ": JPEG datastream contains no image\n");
     const Json failed = Json::parse(linesOf(run.out).at(0));
     EXPECT_EQ(failed["error"], "JPEG datastream contains no image");
+    const ToolRun damaged =
+        runTool({"straighten", "--json", "--min-angle", "0", "-o", folder.file("x.jpg"), bundled("odd-truncated.jpg")});
+    EXPECT_EQ(Json::parse(damaged.out)["warnings"].at(0), "truncated: 560 of 1066 rows read");
     const Json done = Json::parse(linesOf(run.out).at(1));
     EXPECT_EQ(done["output"], folder.file("out/sea.png"));
     EXPECT_EQ(done["newWidth"], stored(folder.file("out/sea.png")).picture.width);
