@@ -28,7 +28,8 @@ stored proportions, and so stretched. Its angle is given as it is in the upright
 photo, followed by the one that met the threshold ("decided at").
 
 Exit status: 0 when a photo has a horizon, 1 when none has, 2 on an error (but 0
-with --quiet when a horizon was found), 130 or 143 when a signal ended it.)";
+with --quiet when a horizon was found), 128 plus the signal's number, such as 130
+or 143, when one ended it.)";
 
 // Name of the overlay for each photo: that of the photo, numbered where several would get the same.
 class OverlayNames {

@@ -22,18 +22,22 @@ constexpr const char* summary = "Turns photos level and cuts off the empty corne
 constexpr const char* notes =
     R"(Decides like "skylevel detect", on the upright photo. A photo with a horizon is
 turned, and the largest centred rectangle of its proportions without empty corners
-is cut out. One without, or already level, or too tilted, is left alone: with
--o DIR it is copied as it is, otherwise nothing is written. A line per photo says
-what was done.
+is cut out. One without, or already level, or too tilted, is left alone, as is one
+that --angle would turn by less than --min-angle: with -o DIR it is copied as it is,
+otherwise nothing is written. A line per photo says what was done.
 
 The result has the photo's format and its metadata: only the orientation, the pixel
-sizes and the thumbnail in EXIF change. HEIC cannot be written: such a photo becomes
-a JPEG where -o is the name of one, and in DIR, when it has to be turned. With -r,
-DIR gets the folders of the one that was given. A file that exists is not replaced,
-and the photo itself never, unless --force or --in-place says so.
+sizes and the thumbnail in EXIF change, and tiff:Orientation in XMP. Dropped are a
+JPEG's MPF and JFXX segments and JFIF thumbnail, a PNG's sBIT, bKGD, hIST and sPLT,
+and chunks of a WebP file that the format does not know. HEIC cannot be written:
+such a photo becomes a JPEG where -o is the name of one, and in DIR, when it has to
+be turned. With -r, DIR gets the folders of the one that was given. A file that
+exists is not replaced, and the photo itself never, unless --force or --in-place
+says so.
 
-Exit status: 0 when a photo was turned, 1 when none had to be, 2 on an error, 130 or
-143 when a signal ended it; then the photos that were begun are finished.)";
+Exit status: 0 when a photo was turned, 1 when none had to be, 2 on an error, 128
+plus the signal's number, such as 130 or 143, when one ended it; then the photos
+that were begun are finished.)";
 
 // Where a name leads in the end, as far as it exists.
 std::string resolved(const std::string& name) {
@@ -100,10 +104,11 @@ StraightenCommand::StraightenCommand(CLI::App& tool) : command(tool.add_subcomma
         ->add_option("--angle", options.angle, "Turn the content by this angle, positive clockwise, and decide nothing")
         ->check(degrees(-180.0, 180.0))
         ->type_name("DEG");
-    command->add_option("--min-angle", options.minAngle, "Leave photos alone that are closer to level (default 0.1)")
+    command
+        ->add_option("--min-angle", options.minAngle, "Leave photos alone that would be turned by less (default 0.1)")
         ->check(degrees(0.0, 90.0))
         ->type_name("DEG");
-    command->add_option("--max-angle", options.maxAngle, "Leave photos alone that are more tilted (default 15)")
+    command->add_option("--max-angle", options.maxAngle, "Leave photos alone whose horizon is more tilted (default 15)")
         ->check(degrees(0.0, 90.0))
         ->type_name("DEG");
     command->add_flag("--keep-canvas", options.keepCanvas, "Keep the whole turned photo with its empty corners");
