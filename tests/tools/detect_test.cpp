@@ -36,48 +36,33 @@ TEST(Detect, DecidesOnTheBundledPhotos) {
     const struct {
         const char* name;
         const char* verdict;  // or the error
-        double angle;
-        const char* verdictAt45;
-        double angleAt45;
+        double angle = none;
+        const char* threshold = "10";
     } cases[] = {
-        {"beach-haze.jpg", "segment", 0.0, "segment", 0.0},
-        {"fir-forest.jpg", "busy scene", none, "busy scene", none},
-        {"odd-16bit-alpha.png", "no solid segment", none, "no solid segment", none},
-        {"odd-1x1.jpg", "too small", none, "too small", none},
-        {"odd-alpha-tulips.png", "no solid segment near level", none, "no segment long enough", none},
-        {"odd-cmyk-flower.jpg", "no segment long enough", none, "no segment long enough", none},
-        {"odd-corrupt-header.jpg", "JPEG datastream contains no image", none, "JPEG datastream contains no image",
-         none},
-        {"odd-huge-header.png", "100000 x 100000 pixels are more than the limit of 500000000", none,
-         "100000 x 100000 pixels are more than the limit of 500000000", none},
-        {"odd-truncated.jpg", "segment", 0.0, "segment", 0.0},
-        {"page-scan.png", "no segment long enough", none, "no segment long enough", none},
-        {"pavilion.jpg", "no segment long enough", none, "no segment long enough", none},
-        {"sea-breaker.jpg", "segment", 0.0, "segment", 0.0},
-        {"sea-breaker-p09.jpg", "no solid segment near level", none, "no segment long enough", none},
-        {"uav-06.jpg", "no solid segment near level", none, "segment", 26.76399040222168},
-        {"waterfall-exif1.jpg", "no segment long enough", none, "no segment long enough", none},
-        {"waterfall-exif3.jpg", "no segment long enough", none, "no segment long enough", none},
-        {"waterfall-exif6.jpg", "no segment long enough", none, "no segment long enough", none},
-        {"waterfall-exif8.jpg", "no segment long enough", none, "no segment long enough", none},
+        {"beach-haze.jpg", "segment", 0.0},
+        {"fir-forest.jpg", "busy scene"},
+        {"odd-16bit-alpha.png", "no solid segment"},
+        {"odd-1x1.jpg", "too small"},
+        {"odd-alpha-tulips.png", "no solid segment near level"},
+        {"odd-alpha-tulips.png", "no segment long enough", none, "45"},
+        {"odd-cmyk-flower.jpg", "no segment long enough"},
+        {"odd-huge-header.png", "100000 x 100000 pixels are more than the limit of 500000000"},
+        {"odd-truncated.jpg", "segment", 0.0},
+        {"page-scan.png", "no segment long enough"},
+        {"pavilion.jpg", "no segment long enough"},
+        {"sea-breaker.jpg", "segment", 0.0},
+        {"uav-06.jpg", "no solid segment near level"},
+        {"uav-06.jpg", "segment", 26.76399040222168, "45"},
+        {"waterfall-exif6.jpg", "no segment long enough"},
     };
-    for (const bool steep : {false, true}) {
-        std::vector<std::string> arguments = {"detect", "--json", "--threshold", steep ? "45" : "10"};
-        for (const auto& c : cases) arguments.push_back(bundled(c.name));
-        const ToolRun run = runTool(arguments);
-        const std::vector<Json> objects = objectsOf(run);
-        EXPECT_EQ(run.status, 2);
-        ASSERT_EQ(objects.size(), std::size(cases));
-        for (std::size_t i = 0; i < objects.size(); ++i) {
-            SCOPED_TRACE(objects[i].dump());
-            const double angle = steep ? cases[i].angleAt45 : cases[i].angle;
-            EXPECT_EQ(objects[i]["file"], bundled(cases[i].name));
-            EXPECT_EQ(objects[i].value("verdict", objects[i].value("error", "")),
-                      steep ? cases[i].verdictAt45 : cases[i].verdict);
-            EXPECT_EQ(objects[i].value("horizon", false), angle != none);
-            EXPECT_EQ(objects[i].value("decisionAngle", Json()), angle == none ? Json() : Json(angle));
-            EXPECT_EQ(objects[i].value("angle", Json()), angle == none ? Json() : Json(angle));
-        }
+    for (const auto& c : cases) {
+        const Json object = objectsOf(runTool({"detect", "--json", "--threshold", c.threshold, bundled(c.name)})).at(0);
+        SCOPED_TRACE(object.dump());
+        EXPECT_EQ(object["file"], bundled(c.name));
+        EXPECT_EQ(object.value("verdict", object.value("error", "")), c.verdict);
+        EXPECT_EQ(object.value("horizon", false), c.angle != none);
+        for (const char* angle : {"angle", "decisionAngle"})
+            EXPECT_EQ(object.value(angle, Json()), c.angle == none ? Json() : Json(c.angle));
     }
 }
 
@@ -102,16 +87,10 @@ TEST(Detect, ExitsInTheMannerOfGrep) {
         int status;
         std::size_t lines;
     } cases[] = {
-        {{page, sea}, 0, 2},
-        {{page}, 1, 1},
-        {{page, bad, sea}, 2, 2},
-        {{bad}, 2, 0},
-        {{"-q", bad, sea}, 0, 0},
-        {{"-q", page}, 1, 0},
-        {{"-q", bad, page}, 2, 0},
-        {{"--max-pixels", "1000", sea}, 2, 0},
-        {{"--gray", "rgb", sea}, 0, 1},
-        {{"--orientation", "180", sea}, 0, 1},
+        {{page, sea}, 0, 2},       {{page}, 1, 1},
+        {{page, bad, sea}, 2, 2},  {{bad}, 2, 0},
+        {{"-q", bad, sea}, 0, 0},  {{"-q", page}, 1, 0},
+        {{"-q", bad, page}, 2, 0}, {{"--max-pixels", "1000", sea}, 2, 0},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(testing::PrintToString(c.arguments));
@@ -133,14 +112,10 @@ TEST(Detect, RefusesArgumentsThatMakeNoSense) {
         {"detect"},
         {"detect", "--threshold", "nan", "x.jpg"},
         {"detect", "--threshold", "90.5", "x.jpg"},
-        {"detect", "--threshold=-1", "x.jpg"},
-        {"detect", "--threshold", "ten", "x.jpg"},
         {"detect", "--orientation", "45", "x.jpg"},
         {"detect", "--gray", "pale", "x.jpg"},
-        {"detect", "--max-pixels", "0", "x.jpg"},
         {"detect", "--max-pixels", "2147483648", "x.jpg"},
         {"detect", "--json", "--quiet", "x.jpg"},
-        {"detect", "--json", "--csv", "x.jpg"},
         {"detect", "--jobs", "0", "x.jpg"},
         {"detect", "--overlay", "o.png", "x.jpg", "y.jpg"},
         {"detect", "--overlay", "o.png", "--overlay-dir", "o", "x.jpg"},
@@ -158,15 +133,10 @@ TEST(Detect, RefusesArgumentsThatMakeNoSense) {
 }
 
 TEST(Detect, DescribesItself) {
-    const ToolRun version = runTool({"--version"});
-    EXPECT_EQ(version.status, 0);
-    for (const char* part : {"skylevel 2.0.0\n", "JPEG (libjpeg", "PNG (libpng"})
-        EXPECT_NE(version.out.find(part), std::string::npos) << version.out;
+    EXPECT_TRUE(runTool({"--version"}).out.starts_with("skylevel 2.0.0\n"));
     const ToolRun help = runTool({"detect", "--help"});
     EXPECT_EQ(help.status, 0);
-    for (const char* part : {"--threshold", "--gray", "--orientation", "--json", "--quiet", "--overlay",
-                             "--overlay-dir", "--log", "--max-pixels", "Exit status"})
-        EXPECT_NE(help.out.find(part), std::string::npos) << part;
+    EXPECT_NE(help.out.find("Exit status"), std::string::npos);
 }
 
 TEST(Detect, ReadsStandardInputAndTellsFormatsByContent) {
