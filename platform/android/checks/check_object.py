@@ -106,14 +106,24 @@ def permissions(subject):
     return "no segment writable and executable"
 
 
+def listed(script):
+    """The names that a version script makes global."""
+    with open(script, encoding="ascii") as file:
+        return set(re.findall(r"^ +(\w+);$", file.read(), re.MULTILINE))
+
+
 def needed(subject):
-    """Nothing but system libraries is needed."""
+    """Nothing but system libraries is needed, and of them nothing but what is listed, if there are lists."""
     libraries = subject.names("NEEDED")
     demand(libraries, "it names no library")
     strangers = set(libraries) - {"libc.so", "libm.so", "liblog.so", "libstdc++.so"}
     demand(not strangers, f"it needs {sorted(strangers)}")
     imports = [name for defined, name in subject.symbols() if not defined]
     demand(imports, "it imports nothing")
+    if subject.options.imports:
+        # The linker lets a weak name through that no library has.
+        unlisted = set(imports).difference(*map(listed, subject.options.imports))
+        demand(not unlisted, f"it imports {sorted(unlisted)}")
     return " ".join(libraries) + "; imports " + " ".join(imports)
 
 
@@ -128,10 +138,9 @@ def ident(subject):
 
 def exports(subject):
     """The list of exports and nothing else."""
-    with open(subject.options.exports, encoding="ascii") as script:
-        listed = set(re.findall(r"^ +(\w+);$", script.read(), re.MULTILINE))
+    wanted = listed(subject.options.exports)
     found = {name for defined, name in subject.symbols() if defined}
-    demand(listed and found == listed, f"missing {sorted(listed - found)}, too many {sorted(found - listed)}")
+    demand(wanted and found == wanted, f"missing {sorted(wanted - found)}, too many {sorted(found - wanted)}")
     return f"{len(found)} names"
 
 
@@ -164,6 +173,7 @@ def main():
     parser.add_argument("property", choices=PROPERTIES)
     parser.add_argument("object")
     parser.add_argument("--exports", help="version script with the exported names")
+    parser.add_argument("--imports", nargs="+", help="version scripts with the names that may be imported")
     parser.add_argument("--most", type=int, help="bytes that the stripped object may have")
     for tool in ("readelf", "objdump", "strip"):
         parser.add_argument(f"--{tool}", default=tool)

@@ -10,6 +10,13 @@
     .globl skylevel_extra
 skylevel_extra:
     ret
+#elif defined(FAULT_weak)
+    .data
+    .weak qsort
+    .quad qsort
+#elif defined(FAULT_unlisted)
+    .data
+    .quad qsort
 #elif defined(FAULT_fused)
     .text
     fmadd s0, s1, s2, s3
