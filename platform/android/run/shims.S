@@ -19,6 +19,7 @@ shim_\name:
 
     .text
 #if defined(SHIM_glibc) || defined(SHIM_c)
+    forward abs
     forward memcpy
     forward memmove
     forward memset
@@ -27,7 +28,9 @@ shim_\name:
     forward acosf
     forward atan2
     forward atanf
+    forward cos
     forward expf
+    forward sin
     forward sincos
     forward tan
 #endif
