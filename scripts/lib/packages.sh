@@ -33,7 +33,7 @@ need() {
 
 # What the library, the tool and the tests are built from.
 build_packages=(cmake g++ ninja-build libcli11-dev nlohmann-json3-dev libjpeg-dev libpng-dev zlib1g-dev libwebp-dev
-    libheif-dev libgtest-dev libimage-exiftool-perl)
+    libheif-dev libgtest-dev libimage-exiftool-perl python3)
 
 # What builds and runs programs for arm64 on another machine.
 arm64_packages=(g++-aarch64-linux-gnu qemu-user)
