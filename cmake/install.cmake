@@ -4,7 +4,12 @@ include(CMakePackageConfigHelpers)
 include(GNUInstallDirs)
 set(package_folder ${CMAKE_INSTALL_LIBDIR}/cmake/skylevel)
 
+# Android has the log's header itself.
 set(log_headers ${CMAKE_INSTALL_INCLUDEDIR}/skylevel-log)
+set(log_includes)
+if(NOT ANDROID)
+    set(log_includes INCLUDES DESTINATION ${log_headers})
+endif()
 install(
     TARGETS skylevel skylevel_static
     EXPORT skylevel
@@ -17,8 +22,7 @@ install(
     TARGETS skylevel_log
     EXPORT skylevel
     LIBRARY COMPONENT library NAMELINK_COMPONENT dev
-    INCLUDES
-    DESTINATION ${log_headers}
+    ${log_includes}
 )
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/skylevel TYPE INCLUDE COMPONENT dev)
 install(
