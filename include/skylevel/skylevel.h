@@ -13,8 +13,9 @@
 ///    only read. Calls on different threads with different correctors and buffers do not interact.
 ///  - Status 0 is success, a negative status a failure; after a failure outputs are as they were
 ///    unless the declaration says otherwise. A plane of more than 2^31 - 1 pixels is a bad argument.
-///  - An allocation that fails throws what the standard library throws; nothing leaks on the way. A
-///    build without exceptions, as on Android, ends there.
+///  - An allocation that fails throws what the standard library throws; nothing leaks on the way. On
+///    Android the system's operator new ends the process; one that throws is passed on without
+///    cleanup, and what was in use is lost.
 ///  - Results are exact to the last bit given the platform's maths library. The floating-point
 ///    environment is the default one: round to nearest, subnormals kept. In another one last bits may
 ///    differ and nothing else happens; it stays the caller's.
