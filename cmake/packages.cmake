@@ -8,8 +8,9 @@ set(CPACK_VERBATIM_VARIABLES ON)
 
 set(CPACK_SOURCE_GENERATOR TGZ)
 set(CPACK_SOURCE_PACKAGE_FILE_NAME skylevel-${PROJECT_VERSION})
-# What .gitignore leaves out.
-set(CPACK_SOURCE_IGNORE_FILES "^${PROJECT_SOURCE_DIR}/build" "^${PROJECT_SOURCE_DIR}/demo/" "/\\.git/")
+# What .gitignore leaves out. The folder's own name is no expression.
+string(REGEX REPLACE "[][+.*^$()|?\\]" "\\\\\\0" root "${PROJECT_SOURCE_DIR}")
+set(CPACK_SOURCE_IGNORE_FILES "^${root}/build[^/]*/" "^${root}/demo/" "/\\.git/")
 
 set(CPACK_COMPONENTS_ALL library dev)
 if(TARGET skylevel_tool)
