@@ -21,7 +21,7 @@ SKYLEVEL_KERNEL float largest(const float* values, int count, float maximum) {
     float most[lanes];
     std::fill_n(most, lanes, maximum);
     int i = 0;
-    for (; i + lanes <= count; i += lanes)
+    for (; count - i >= lanes; i += lanes)
         for (int k = 0; k < lanes; ++k) most[k] = most[k] < values[i + k] ? values[i + k] : most[k];
     for (; i < count; ++i) maximum = maximum < values[i] ? values[i] : maximum;
     for (const float m : most) maximum = maximum < m ? m : maximum;
@@ -43,7 +43,7 @@ SKYLEVEL_KERNEL void countBins(const float* values, int count, float maximum, in
     constexpr int half = 128;
     const float scale = static_cast<float>(thresholdBins - 1) / maximum;
     int i = 0;
-    for (; i + 2 * half <= count; i += 2 * half) {
+    for (; count - i >= 2 * half; i += 2 * half) {
         int pairs[half];
         for (int k = 0; k < half; ++k)
             pairs[k] = binOf(values[i + k], scale) * thresholdBins + binOf(values[i + half + k], scale);

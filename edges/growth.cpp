@@ -172,7 +172,8 @@ void growEdges(unsigned char* map, int width, int height) {
     vectorised<spreadOnce>(first, end, std::ptrdiff_t{width});
     for (unsigned char* at = first; at < end; at += vectorBytes) {
         at += vectorised<findSpread>(at, end, std::ptrdiff_t{width}) - at;
-        growth.growWithin(at, std::min(at + vectorBytes, end));
+        if (at == end) return;
+        growth.growWithin(at, at + vectorBytes);
     }
 }
 

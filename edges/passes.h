@@ -17,7 +17,7 @@ inline constexpr std::ptrdiff_t blockColumns = std::ptrdiff_t{8} * laneCount;
 inline constexpr int rowGroup = 4;
 
 // Taps of a row pass come in groups of as many, the last one filled up with zeros. Those change no sum:
-// a sum that started at 0 is never -0, and the rows hold finite values.
+// a sum that started at 0 is never -0, and the rows hold finite values wherever the taps are numbers.
 inline constexpr int tapGroup = 2 * laneCount;
 
 // One block of one output row: the sum over size rows from rows[0] on.
@@ -46,8 +46,8 @@ SKYLEVEL_KERNEL void filterColumns(const float* const* rows, int width, int rowC
 // one more than those is read. Each vector of inputs serves the first half of the taps for one vector of
 // outputs and the second half for the one before it: half the loads, most of which straddle cache lines.
 // Sums go on from what out holds unless they are fresh.
-SKYLEVEL_KERNEL void filterTapGroup(const float* in, std::ptrdiff_t inPitch, int width, const float* taps, bool fresh,
-                                    float* out, std::ptrdiff_t outPitch) {
+SKYLEVEL_KERNEL void filterTapGroup(const float* in, std::ptrdiff_t inPitch, std::ptrdiff_t width, const float* taps,
+                                    bool fresh, float* out, std::ptrdiff_t outPitch) {
     Lanes sums[rowGroup] = {};
     for (std::ptrdiff_t c = 0; c < width + laneCount; c += laneCount) {
         Lanes next[rowGroup] = {};

@@ -2,7 +2,7 @@
 //
 // N = 299 red + 587 green + 114 blue is a thousand times the gray value. The double sum truncates to
 // N / 1000 for every pixel except some of those where 1000 divides N: there it can land just below.
-// Blocks with such a pixel, one in forty of a photo, are done again in double.
+// Blocks with such a pixel, few in colour photos and all in those without colour, are done again in double.
 #include "imaging/gray_conversion.h"
 
 #include <algorithm>
@@ -43,7 +43,7 @@ SKYLEVEL_KERNEL void convertInDouble(const unsigned char* rgb, unsigned char* gr
 constexpr int sumWeights[3] = {299, 587, 114};
 constexpr int estimateWeights[3] = {76, 150, 29};
 constexpr int shortfall(int channel) { return 256 * sumWeights[channel] - 1000 * estimateWeights[channel]; }
-static_assert(shortfall(0) >= 0 && shortfall(1) >= 0 && shortfall(2) >= 0);
+static_assert(shortfall(0) > 0 && shortfall(1) > 0 && shortfall(2) > 0);
 static_assert(255 * (shortfall(0) + shortfall(1) + shortfall(2)) < 256 * 1000);
 static_assert(255 * (estimateWeights[0] + estimateWeights[1] + estimateWeights[2]) + 256 <= 65535);
 

@@ -46,7 +46,7 @@ TEST(EdgeTwins, SmoothAlike) {
     const auto flat = [](int width, int height, int value) {
         return paint(width, height, width, [=](int, int) { return value; });
     };
-    // 8, 16, 24 and 96 taps; with the last one every tap is NaN.
+    // 8, 16, 24 and 96 taps; with the last one all of the derivative's are NaN.
     const float sigmas[] = {0.5f, sqrt2, 2.5f, 12.0f, 1e-30f};
     for (int n = 1; n <= 67; ++n)
         for (const int other : {1, 5, 68 - n}) {
