@@ -104,8 +104,8 @@ static_assert(sizeof(HoughParams) == 5 * sizeof(float));
 ///             no segment was found; whatever the pointer held before is overwritten
 /// count       number of records in use, in the order in which the segments were found
 /// returns 0; -1 with nothing written on a null pointer, a side below 1 or above 32767, a rho or theta that
-///         is not finite and above 0, an accumulator that is empty or has more than 2^31 - 1 counters,
-///         or a rho so large that some pixel would vote outside it
+///         is not finite and above 0, an accumulator that is empty or has more than 2^31 - 1 counters
+///         with room for four more angles and distances, or a rho so large that some pixel would vote outside it
 SKYLEVEL_API int houghLine(unsigned char* edges, int width, int height, float* parameters, _Line*& lines, int& count);
 
 /// One step of houghLine's multiply-with-carry generator.
