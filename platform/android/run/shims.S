@@ -20,6 +20,7 @@ shim_\name:
     .text
 #if defined(SHIM_glibc) || defined(SHIM_c)
     forward abs
+    forward memchr
     forward memcpy
     forward memmove
     forward memset
