@@ -7,6 +7,7 @@
 
 #include "imaging/decimation.h"
 #include "imaging/gray_conversion.h"
+#include "imaging/take_every.h"
 #include "platform/dispatch.h"
 #include "platform/log.h"
 #include "platform/sizes.h"
@@ -14,20 +15,14 @@
 
 namespace {
 
-template <int step>
-SKYLEVEL_KERNEL void takeEvery(const unsigned char* row, unsigned char* out, int count) {
-    for (int i = 0; i < count; ++i) out[i] = row[std::ptrdiff_t{i} * step];
-}
-
-// A step that the compiler knows takes a quarter of the time.
 void subsampleRow(const unsigned char* row, int step, unsigned char* out, int count) {
     switch (step) {
         case 2:
-            return skylevel::vectorised<takeEvery<2>>(row, out, count);
+            return skylevel::vectorised<skylevel::takeEvery<2>>(row, out, count);
         case 3:
-            return skylevel::vectorised<takeEvery<3>>(row, out, count);
+            return skylevel::vectorised<skylevel::takeEvery<3>>(row, out, count);
         case 4:
-            return skylevel::vectorised<takeEvery<4>>(row, out, count);
+            return skylevel::vectorised<skylevel::takeEvery<4>>(row, out, count);
         default:
             for (int i = 0; i < count; ++i) out[i] = row[std::ptrdiff_t{i} * step];
     }

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <type_traits>
 
+#include "imaging/take_every.h"
 #include "platform/dispatch.h"
 #include "platform/log.h"
 #include "skylevel/skylevel.h"
@@ -41,10 +42,6 @@ bool isEveryFourth(const int* offsets, int count, bool backward) {
     for (int k = 1; k < count; ++k)
         if (offsets[k] - offsets[k - 1] != step) return false;
     return true;
-}
-
-SKYLEVEL_KERNEL void takeEveryFourth(const unsigned char* row, unsigned char* out, int count) {
-    for (int k = 0; k < count; ++k) out[k] = row[std::ptrdiff_t{4} * k];
 }
 
 // From the right end of the row, where it starts, to the left.
@@ -117,7 +114,7 @@ void sampleOriented(const unsigned char* src, int width, int height, int stride,
         else if (columnsBackward)
             vectorised<takeEveryFourthBackward>(row + offsets[0], out, smallWidth);
         else
-            vectorised<takeEveryFourth>(row + offsets[0], out, smallWidth);
+            vectorised<takeEvery<4>>(row + offsets[0], out, smallWidth);
     }
 }
 
