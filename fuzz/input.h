@@ -94,10 +94,9 @@ public:
         auto seed = raw<std::uint32_t>() | 1U;
         for (int r = 0; r < height; ++r)
             for (int c = 0; c < width; ++c) {
-                seed = seed * 1664525U + 1013904223U;
-                const auto noise = static_cast<int>(seed >> 24);
-                const int step = levels[(r - row) * 100 < c * fall ? 0 : 1];
-                const int values[] = {step, noise, (step * 7 + noise) / 8, empty() ? step : raw<unsigned char>()};
+                const auto noise = static_cast<int>(step(seed) >> 24);
+                const int level = levels[(r - row) * 100 < c * fall ? 0 : 1];
+                const int values[] = {level, noise, (level * 7 + noise) / 8, empty() ? level : raw<unsigned char>()};
                 plane[r * stride + c] = static_cast<unsigned char>(values[kind % 4]);
             }
     }
@@ -107,8 +106,7 @@ public:
         const auto kind = raw<unsigned char>();
         auto seed = raw<std::uint32_t>() | 1U;
         for (std::size_t i = 0; i < count; ++i) {
-            seed = seed * 1664525U + 1013904223U;
-            values[i] = static_cast<float>(static_cast<int>(seed >> 20) - (kind % 2 == 0 ? 2048 : 0));
+            values[i] = static_cast<float>(static_cast<int>(step(seed) >> 20) - (kind % 2 == 0 ? 2048 : 0));
             if (kind % 8 == 7 && !empty()) values[i] = raw<float>();
         }
         for (int special = kind / 8 % 8; special > 0 && count > 0; --special)
@@ -116,6 +114,9 @@ public:
     }
 
 private:
+    // The next state of a linear congruential generator, whose high bits are the random ones.
+    static std::uint32_t step(std::uint32_t& state) { return state = state * 1664525U + 1013904223U; }
+
     const unsigned char* m_at;
     std::size_t m_left;
 };
