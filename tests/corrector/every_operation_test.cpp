@@ -1,6 +1,7 @@
 // What all operations have in common: refusals, and memory.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <bit>
 #include <climits>
@@ -31,7 +32,7 @@ constexpr bool cleansUp = true;
 }  // namespace
 
 void* operator new[](std::size_t size) {
-    void* const memory = allowed > 0 ? std::malloc(size + 1) : nullptr;
+    void* const memory = allowed > 0 ? std::malloc(std::max<std::size_t>(size, 1)) : nullptr;
     if (memory == nullptr) throw std::bad_alloc();
     --allowed;
     ++alive;
