@@ -118,6 +118,7 @@ void walk(unsigned char* map, int width, int height, int row, int col, IsOpen is
 // Growth over a whole map. Far faster than the walk, which only takes over where too many pixels wait.
 class Growth {
 public:
+    // cppcheck-suppress uninitMemberVar ; of m_waiting only what was entered is read, and filling it costs
     Growth(unsigned char* map, int width, int height) : m_map(map), m_width(width), m_height(height) {}
 
     // From the candidates beside an edge that are found from first on, before end.

@@ -107,6 +107,7 @@ SKYLEVEL_KERNEL void decimateEight(const unsigned char* const* lines, int length
 void decimateLines(const unsigned char* lines, int length, int count, unsigned char* out, std::ptrdiff_t pitch) {
     // Lines that are not there repeat the last one; nothing of them is written.
     const unsigned char* starts[decimatedLines];
+    // cppcheck-suppress [uninitvar, legacyUninitvar] ; misreads the braces, and so what is on the left
     for (int i = 0; i < decimatedLines; ++i) starts[i] = lines + std::ptrdiff_t{std::min(i, count - 1)} * length;
     vectorised<decimateEight>(static_cast<const unsigned char* const*>(starts), length, count, out, pitch);
 }
