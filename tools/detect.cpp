@@ -64,8 +64,8 @@ void readAndDecide(const DetectJob& job, const DetectOptions& options, DetectRes
 
     result.format = photo.format;
     result.orientation = photo.orientation;
-    result.width = photo.orientation.exchangesSides() ? photo.picture.height : photo.picture.width;
-    result.height = photo.orientation.exchangesSides() ? photo.picture.width : photo.picture.height;
+    result.width = photo.uprightWidth();
+    result.height = photo.uprightHeight();
     result.warnings = photo.warnings;
     result.decision = decide(std::move(photo), options);
     if (!job.overlay.empty()) drawInto(job, bytes, options, result);

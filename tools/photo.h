@@ -54,6 +54,9 @@ struct Photo {
     bool lossless = false;    // of a WebP file
     MetadataBlocks metadata;  // of a WebP file; of a HEIC file, too, when its pixels are wanted as stored
     std::vector<std::string> warnings;
+
+    int uprightWidth() const { return orientation.exchangesSides() ? picture.height : picture.width; }
+    int uprightHeight() const { return orientation.exchangesSides() ? picture.width : picture.height; }
 };
 
 // A format, with null for what was not built in or cannot be done.

@@ -13,8 +13,8 @@ namespace {
 
 void setSize(const Photo& photo, StraightenResult& result) {
     result.format = photo.format;
-    result.width = photo.orientation.exchangesSides() ? photo.picture.height : photo.picture.width;
-    result.height = photo.orientation.exchangesSides() ? photo.picture.width : photo.picture.height;
+    result.width = photo.uprightWidth();
+    result.height = photo.uprightHeight();
     result.warnings = photo.warnings;
 }
 
