@@ -1,8 +1,6 @@
 #include "tools/detect.h"
 
 #include <cmath>
-#include <exception>
-#include <new>
 #include <utility>
 
 #include "tools/overlay.h"
@@ -98,13 +96,7 @@ Decision decide(Photo photo, const DetectOptions& options) {
 
 DetectResult detect(const DetectJob& job, const DetectOptions& options) {
     DetectResult result;
-    try {
-        readAndDecide(job, options, result);
-    } catch (const std::bad_alloc&) {
-        result.error = "not enough memory";
-    } catch (const std::exception& error) {
-        result.error = error.what();
-    }
+    result.error = failureOf([&] { readAndDecide(job, options, result); });
     return result;
 }
 

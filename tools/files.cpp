@@ -9,7 +9,9 @@
 #include <atomic>
 #include <cerrno>
 #include <cstdio>
+#include <exception>
 #include <filesystem>
+#include <new>
 #include <optional>
 #include <system_error>
 #include <utility>
@@ -142,6 +144,17 @@ std::optional<mode_t> rightsOf(const std::string& name) {
 }
 
 }  // namespace
+
+std::string failureOf(const std::function<void()>& work) {
+    try {
+        work();
+        return {};
+    } catch (const std::bad_alloc&) {
+        return "not enough memory";
+    } catch (const std::exception& error) {
+        return error.what();
+    }
+}
 
 Bytes readFile(const std::string& name, void (*accepts)(std::span<const unsigned char> start)) {
     // Not to wait for somebody who fills a pipe: that is done where it can be interrupted.

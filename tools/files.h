@@ -1,6 +1,7 @@
 // Files as bytes: read whole, written whole or not at all.
 #pragma once
 
+#include <functional>
 #include <span>
 #include <stdexcept>
 #include <string>
@@ -14,6 +15,9 @@ using Bytes = std::vector<unsigned char>;
 struct FileError : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
+
+// Does the work and returns why it failed; empty when it did not.
+std::string failureOf(const std::function<void()>& work);
 
 // Name of standard input on the command line.
 constexpr const char* standardInput = "-";

@@ -1,8 +1,6 @@
 #include "tools/straighten.h"
 
 #include <cmath>
-#include <exception>
-#include <new>
 #include <utility>
 
 #include "tools/metadata.h"
@@ -128,13 +126,7 @@ void straighten(const StraightenJob& job, const StraightenOptions& options, Stra
 
 StraightenResult straighten(const StraightenJob& job, const StraightenOptions& options) {
     StraightenResult result;
-    try {
-        straighten(job, options, result);
-    } catch (const std::bad_alloc&) {
-        result.error = "not enough memory";
-    } catch (const std::exception& error) {
-        result.error = error.what();
-    }
+    result.error = failureOf([&] { straighten(job, options, result); });
     return result;
 }
 
