@@ -109,9 +109,8 @@ std::optional<ExifEntry> ExifBlock::orientation() const {
 unsigned exifOrientation(std::span<const unsigned char> block) {
     const ExifBlock exif(block);
     const auto entry = exif.orientation();
-    if (!entry) return 1;
-    const auto value = exif.unsignedValue(*entry);
-    return value && *value >= 1 && *value <= 8 ? *value : 1;
+    const std::uint32_t value = entry ? *exif.unsignedValue(*entry) : 1;
+    return value >= 1 && value <= 8 ? value : 1;
 }
 
 }  // namespace skylevel

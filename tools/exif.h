@@ -49,7 +49,7 @@ public:
     std::vector<ExifEntry> entries(std::size_t directory) const;
     // A value of an entry of unsigned integers (1, 2 or 4 bytes each).
     std::optional<std::uint32_t> unsignedValue(const ExifEntry& entry, std::size_t index = 0) const;
-    // The entry of the orientation, a number with its value inside the entry; of several values the first counts.
+    // The entry of the orientation, which has a number for its value inside the entry; of several the first counts.
     // Elsewhere a value could share its bytes with anything.
     std::optional<ExifEntry> orientation() const;
     // Position of the field that says where the next directory is. Nothing when it is not inside the block.
