@@ -32,21 +32,20 @@ Json objectOf(const StraightenJob& job, const StraightenResult& result) {
     object["file"] = job.name;
     if (!result.error.empty()) {
         object["error"] = result.error;
-        object["warnings"] = result.warnings;
-        return object;
-    }
-    const bool turned = result.outcome == Outcome::turned;
-    object["turned"] = turned;
-    object["turn"] = turned ? Json(result.turn) : Json(nullptr);
-    object["reason"] = turned ? Json(nullptr) : Json(reasonInWords(result.outcome));
-    object["output"] = result.output.empty() ? Json(nullptr) : Json(result.output);
-    if (result.decision) addDecision(object, *result.decision);
-    object["format"] = formatOf(result.format).name;
-    object["width"] = result.width;
-    object["height"] = result.height;
-    if (turned) {
-        object["newWidth"] = result.newWidth;
-        object["newHeight"] = result.newHeight;
+    } else {
+        const bool turned = result.outcome == Outcome::turned;
+        object["turned"] = turned;
+        object["turn"] = turned ? Json(result.turn) : Json(nullptr);
+        object["reason"] = turned ? Json(nullptr) : Json(reasonInWords(result.outcome));
+        object["output"] = result.output.empty() ? Json(nullptr) : Json(result.output);
+        if (result.decision) addDecision(object, *result.decision);
+        object["format"] = formatOf(result.format).name;
+        object["width"] = result.width;
+        object["height"] = result.height;
+        if (turned) {
+            object["newWidth"] = result.newWidth;
+            object["newHeight"] = result.newHeight;
+        }
     }
     object["warnings"] = result.warnings;
     return object;
