@@ -65,6 +65,9 @@ bool PngDecoder::readHeader() {
     if (info == nullptr) return false;
     png_set_read_fn(png, this, onRead);
     png_set_user_limits(png, PNG_UINT_31_MAX, PNG_UINT_31_MAX);  // the size is checked before memory is taken
+    // Compressed texts and profiles are not looked at: a few kB of file can inflate to 8 MB each, a thousand times.
+    png_set_keep_unknown_chunks(png, PNG_HANDLE_CHUNK_NEVER, nullptr, -1);
+    png_set_keep_unknown_chunks(png, PNG_HANDLE_CHUNK_AS_DEFAULT, reinterpret_cast<png_const_bytep>("eXIf"), 1);
     png_read_info(png, info);
     return true;
 }
