@@ -24,7 +24,7 @@ constexpr unsigned exifMarker = JPEG_APP0 + 1;
 
 // Real progressive files have about ten scans. Each can cost as much time as the whole picture and a few
 // bytes of file.
-constexpr int mostScans = 500;
+constexpr int mostScans = 100;
 
 class JpegDecoder {
 public:
