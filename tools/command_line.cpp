@@ -35,9 +35,10 @@ std::string version() {
     return lines[2].empty() ? text : text + "\nnot built in: " + lines[2];
 }
 
-// CLI11 takes an argument in square brackets for a list of arguments, and -.5 for an option.
+// CLI11 takes an argument in square brackets for a list of arguments, ++ for their end, and -.5 for an option.
 std::string literally(const std::string& argument) {
     const bool list = argument.size() >= 2 && argument.front() == '[' && argument.back() == ']';
+    if (argument == "++") return "./++";
     const bool number = argument.size() >= 3 && argument.starts_with("-.") && argument[2] >= '0' && argument[2] <= '9';
     if (number) return "-0" + argument.substr(1);
     return list ? "./" + argument : argument;
