@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
+#include <cstdint>
 #include <cstdio>
 #include <exception>
 #include <filesystem>
@@ -24,7 +25,7 @@ namespace {
 constexpr std::size_t firstRead = 4096;
 constexpr std::size_t longestStep = std::size_t{1} << 20;
 // More than any photo has; an endless stream ends here.
-constexpr std::size_t sizeLimit = std::size_t{1} << 32;
+constexpr std::uint64_t sizeLimit = std::uint64_t{1} << 32;
 
 [[noreturn]] void throwErrno() { throw FileError(std::generic_category().message(errno)); }
 
@@ -68,8 +69,19 @@ public:
         if (::fsync(handle) != 0 && errno != EINVAL) throwErrno();  // EINVAL: nothing to sync here
     }
 
-    // As far as the file system has any.
-    void setRights(mode_t rights) const { static_cast<void>(::fchmod(handle, rights)); }
+    // As far as the file system has any. A file can be given away by the superuser, and to a group by its members.
+    void setOwnerAndRights(const struct stat& like) const {
+        static_cast<void>(!::fchown(handle, static_cast<uid_t>(-1), like.st_gid));
+        static_cast<void>(!::fchown(handle, like.st_uid, static_cast<gid_t>(-1)));
+        static_cast<void>(::fchmod(handle, like.st_mode & 0777));
+    }
+
+    // Of a file; 0 of a pipe or a device.
+    std::uint64_t size() const {
+        struct stat status = {};
+        const bool known = ::fstat(handle, &status) == 0 && S_ISREG(status.st_mode);
+        return known ? static_cast<std::uint64_t>(status.st_size) : 0;
+    }
 
     // Some file systems report a full disk only here.
     void close() {
@@ -98,7 +110,7 @@ public:
         if (!path.empty()) ::unlink(path.c_str());
     }
 
-    void setRights(mode_t rights) const { file.setRights(rights); }
+    void setOwnerAndRights(const struct stat& like) const { file.setOwnerAndRights(like); }
     void fill(std::span<const unsigned char> bytes) { file.write(bytes); }
     void sync() const { file.sync(); }
     void close() { file.close(); }
@@ -135,12 +147,16 @@ private:
     Descriptor file;
 };
 
-// The access rights of a file that is to be replaced, if there is one. A device or a folder never is.
-std::optional<mode_t> rightsOf(const std::string& name) {
+// A file that is to be replaced, if there is one. A device or a folder never is.
+std::optional<struct stat> replacedFile(const std::string& name) {
     struct stat status = {};
     if (::stat(name.c_str(), &status) != 0) return {};
     if (!S_ISREG(status.st_mode)) throw FileError("exists and is not a file");
-    return status.st_mode & 0777;
+    return status;
+}
+
+void requireReadableSize(std::uint64_t size) {
+    if (size > sizeLimit) throw FileError("larger than 4 GiB");
 }
 
 }  // namespace
@@ -167,9 +183,13 @@ Bytes readFile(const std::string& name, void (*accepts)(std::span<const unsigned
         bytes.resize(before + step);
         const std::size_t count = file.read(std::span(bytes).subspan(before));
         bytes.resize(before + count);
-        if (before == 0) accepts(bytes);
+        if (before == 0) {
+            accepts(bytes);
+            requireReadableSize(file.size());
+            bytes.reserve(file.size() + longestStep);  // or growing would take up to twice the memory
+        }
         if (count < step) return bytes;
-        if (bytes.size() > sizeLimit) throw FileError("larger than 4 GiB");
+        requireReadableSize(bytes.size());
     }
 }
 
@@ -186,11 +206,11 @@ void makeFolderOf(const std::string& name) {
 }
 
 void writeFile(const std::string& name, std::span<const unsigned char> bytes, Existing existing) {
-    const std::optional<mode_t> rights = rightsOf(name);
+    const std::optional<struct stat> replaced = replacedFile(name);
     TemporaryFile temporary(name);
-    if (rights) temporary.setRights(*rights);
+    if (replaced) temporary.setOwnerAndRights(*replaced);
     temporary.fill(bytes);
-    if (rights) temporary.sync();  // a file is about to go for it
+    if (replaced) temporary.sync();  // a file is about to go for it
     temporary.close();
     temporary.keepAs(name, existing);
 }

@@ -37,7 +37,8 @@ void makeFolderOf(const std::string& name);
 enum class Existing { replace, refuse };
 
 // Writes a file in one step: a failure leaves neither a partial file nor a changed one. A file that is replaced leaves
-// its access rights to the new one; one that is to be refused is so even when it appears in the last moment.
+// its access rights to the new one, and its owner as far as the user may give files away; one that is to be refused is
+// so even when it appears in the last moment.
 void writeFile(const std::string& name, std::span<const unsigned char> bytes, Existing existing);
 
 // Throws a FileError when there is something of this name that is to be refused: before the work, for writing does so

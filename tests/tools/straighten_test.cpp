@@ -301,6 +301,9 @@ TEST(Straighten, ReplacesAPhotoInPlaceWhenAllowed) {
     const std::string sea = folder.file("sea.png");
     writeBytes(sea, pngOf(noisyPicture(64, 48), 1));
     ::chmod(sea.c_str(), 0640);
+    static_cast<void>(!::chown(sea.c_str(), 1234, 2345));  // only the superuser can
+    struct stat before = {};
+    ::stat(sea.c_str(), &before);
     std::filesystem::create_symlink("sea.png", folder.file("link.png"));
     EXPECT_EQ(runTool({"straighten", "--angle", "5", "--in-place", folder.file("link.png")}).status, 0);
     const int width = stored(sea).picture.width;
@@ -310,6 +313,8 @@ TEST(Straighten, ReplacesAPhotoInPlaceWhenAllowed) {
     struct stat status = {};
     ::stat(sea.c_str(), &status);
     EXPECT_EQ(status.st_mode & 0777U, 0640U);
+    EXPECT_EQ(status.st_uid, before.st_uid);
+    EXPECT_EQ(status.st_gid, before.st_gid);
     EXPECT_TRUE(std::filesystem::is_symlink(folder.file("link.png")));
     EXPECT_EQ(folder.names(), (std::vector<std::string>{"link.png", "sea.png"}));
 }
