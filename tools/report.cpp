@@ -1,13 +1,18 @@
 #include "tools/report.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <iterator>
+#include <utility>
 
 #include "tools/csv.h"
 #include "tools/report_json.h"
 
 namespace skylevel {
 namespace {
+
+using namespace std::string_view_literals;
 
 // The deciding stage or the reason why there is no horizon.
 const char* stageInWords(const Decision& decision) {
@@ -49,10 +54,20 @@ std::size_t sequenceLength(std::string_view text) {
     return length;
 }
 
+// Whether a sequence is no letter but a command to the terminal, or makes a name look like another: it ends the line,
+// or turns the direction of what follows.
 bool isControl(std::string_view sequence) {
-    const auto first = static_cast<unsigned char>(sequence[0]);
-    if (sequence.size() == 1) return first < 0x20 || first == 0x7F;
-    return first == 0xC2 && static_cast<unsigned char>(sequence[1]) < 0xA0;
+    constexpr std::pair<std::string_view, std::string_view> ranges[] = {
+        {"\0"sv, "\x1F"},
+        {"\x7F", "\x7F"},
+        {"\xC2\x80", "\xC2\x9F"},          // U+0080 to U+009F
+        {"\xD8\x9C", "\xD8\x9C"},          // U+061C
+        {"\xE2\x80\x8E", "\xE2\x80\x8F"},  // U+200E and U+200F
+        {"\xE2\x80\xA8", "\xE2\x80\xAE"},  // U+2028 to U+202E
+        {"\xE2\x81\xA6", "\xE2\x81\xA9"},  // U+2066 to U+2069
+    };
+    return std::any_of(std::begin(ranges), std::end(ranges),
+                       [&](const auto& range) { return range.first <= sequence && sequence <= range.second; });
 }
 
 Json orNull(const std::optional<double>& value) { return value ? Json(*value) : Json(nullptr); }
@@ -134,8 +149,9 @@ void addDecision(Json& object, const Decision& decision) {
 std::string jsonLine(const Json& object) { return object.dump(-1, ' ', false, Json::error_handler_t::replace); }
 
 std::string csvLine(const Json& object, std::span<const char* const> columnNames) {
+    const Json valid = Json::parse(jsonLine(object));
     std::vector<std::string> fields;
-    for (const char* const name : columnNames) fields.push_back(csvField(object.value(name, Json())));
+    for (const char* const name : columnNames) fields.push_back(csvField(valid.value(name, Json())));
     return csvRecord(fields);
 }
 

@@ -17,7 +17,7 @@ std::string reportLine(const DetectJob& job, const DetectResult& result);
 // One JSON object on one line, without its end; always valid UTF-8.
 std::string reportJson(const DetectJob& job, const DetectResult& result, const DetectOptions& options);
 
-// The same as a record of CSV, and the header of such records; without their end.
+// The same as a record of CSV, and the header of such records; without their end, and as valid.
 std::string reportCsv(const DetectJob& job, const DetectResult& result, const DetectOptions& options);
 std::string detectCsvHeader();
 
@@ -27,7 +27,8 @@ std::string degrees(double angle);
 // A file's name for lines that people read.
 std::string displayName(const std::string& name);
 
-// Safe to print on a terminal: control characters and bytes that are not UTF-8 become \xNN.
+// Safe to print on a terminal: bytes of control characters, of those that set the direction of text, and what is not
+// UTF-8 become \xNN.
 std::string printable(std::string_view text);
 
 }  // namespace skylevel

@@ -16,6 +16,7 @@ using Json = nlohmann::ordered_json;
 void addDecision(Json& object, const Decision& decision);
 
 // A record of CSV without its end: the members of these names, empty where there is none; lists with "; " between.
+// Bytes that are not UTF-8 are replaced, as in JSON.
 std::string csvLine(const Json& object, std::span<const char* const> columnNames);
 std::string csvHeader(std::span<const char* const> columnNames);
 

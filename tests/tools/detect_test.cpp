@@ -154,14 +154,21 @@ TEST(Detect, ReadsStandardInputAndTellsFormatsByContent) {
 
 TEST(Detect, KeepsOddNamesAwayFromTerminalAndJson) {
     const TemporaryFolder folder;
-    const std::string name = folder.file("a\033[31m\xC2\x9B\xFF\n\xC3\xA9.png");
-    EXPECT_EQ(runTool({"detect", name}).err,
-              "skylevel: " + folder.file("a\\x1B[31m\\xC2\\x9B\\xFF\\x0A\xC3\xA9.png: No such file or directory\n"));
+    // With a mark in it that lets the rest run to the left.
+    const std::string name = folder.file("a\033[31m\xC2\x9B\xFF\n\xC3\xA9\xE2\x80\xAEgpj.png");
+    EXPECT_EQ(
+        runTool({"detect", name}).err,
+        "skylevel: " + folder.file("a\\x1B[31m\\xC2\\x9B\\xFF\\x0A\xC3\xA9\\xE2\\x80\\xAEgpj.png: No such file or "
+                                   "directory\n"));
     const ToolRun run = runTool({"detect", "--json", name});
     ASSERT_EQ(objectsOf(run).size(), 1U);
-    EXPECT_EQ(objectsOf(run)[0]["file"], folder.file("a\033[31m\xC2\x9B\xEF\xBF\xBD\n\xC3\xA9.png"));
-    // The argument parser takes brackets for a list.
-    EXPECT_EQ(runTool({"detect", "[a,b]"}).err, "skylevel: ./[a,b]: No such file or directory\n");
+    const std::string valid = folder.file("a\033[31m\xC2\x9B\xEF\xBF\xBD\n\xC3\xA9\xE2\x80\xAEgpj.png");
+    EXPECT_EQ(objectsOf(run)[0]["file"], valid);
+    EXPECT_TRUE(runTool({"detect", "--csv", name})
+                    .out.ends_with("\r\n\"" + valid + "\",,,,,,,,,,,,,,No such file or directory\r\n"));
+    // The argument parser takes brackets for a list, and the other for its end.
+    for (const std::string odd : {"[a,b]", "++"})
+        EXPECT_EQ(runTool({"detect", odd}).err, "skylevel: ./" + odd + ": No such file or directory\n");
 }
 
 TEST(Detect, HonoursAllOrientations) {
