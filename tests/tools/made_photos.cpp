@@ -1,5 +1,6 @@
 #include "tests/tools/made_photos.h"
 
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 
@@ -131,4 +132,18 @@ Picture noisyPicture(int width, int height) {
         picture.pixels[i] = static_cast<unsigned char>(state >> 24);
     }
     return picture;
+}
+
+Picture tiltedSea(int width, int height, double degrees) {
+    const double slope = std::tan(degrees * 3.141592653589793 / 180.0);
+    Picture sea = noisyPicture(width, height);
+    for (int y = 0; y < height; ++y)
+        for (int x = 0; x < width; ++x) {
+            const bool sky = y < height * 0.4 + slope * (x - width / 2.0);
+            for (int k = 0; k < 3; ++k) {
+                unsigned char& byte = sea.row(y)[3 * x + k];
+                byte = static_cast<unsigned char>((sky ? 190 + 20 * k : 40 + 15 * k) + byte % 8);
+            }
+        }
+    return sea;
 }

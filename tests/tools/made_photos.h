@@ -36,3 +36,6 @@ skylevel::Bytes pixelsOf(const skylevel::Picture& picture);
 
 // A colour picture of which every pixel differs from its neighbours.
 skylevel::Picture noisyPicture(int width, int height);
+
+// A bright sky over a dark sea, whose line falls to the right by these degrees.
+skylevel::Picture tiltedSea(int width, int height, double degrees);

@@ -24,21 +24,6 @@ using skylevel::JpegCoding;
 using skylevel::Photo;
 using skylevel::Picture;
 
-// A bright sky over a dark sea.
-Picture tiltedSea(int width, int height, double degrees) {
-    const double slope = std::tan(degrees * 3.141592653589793 / 180.0);
-    Picture sea = noisyPicture(width, height);
-    for (int y = 0; y < height; ++y)
-        for (int x = 0; x < width; ++x) {
-            const bool sky = y < height * 0.4 + slope * (x - width / 2.0);
-            for (int k = 0; k < 3; ++k) {
-                unsigned char& byte = sea.row(y)[3 * x + k];
-                byte = static_cast<unsigned char>((sky ? 190 + 20 * k : 40 + 15 * k) + byte % 8);
-            }
-        }
-    return sea;
-}
-
 Bytes pngOf(const Picture& picture, unsigned orientation) {
     return makePng(
         {picture.width, picture.height, PNG_COLOR_TYPE_RGB, 8, false, pixelsOf(picture), {}, exifBlock(orientation)});

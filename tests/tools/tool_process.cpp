@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <spawn.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -50,7 +51,9 @@ void ToolProcess::send(int signal) const {
 ToolRun ToolProcess::finish() {
     ToolRun run;
     int state = 0;
-    if (child < 0 || waitpid(child, &state, 0) != child) return run;
+    rusage usage = {};
+    if (child < 0 || wait4(child, &state, 0, &usage) != child) return run;
+    run.peakKilobytes = usage.ru_maxrss;
     if (WIFEXITED(state)) run.status = WEXITSTATUS(state);
     if (std::filesystem::is_regular_file(out)) run.out = textOf(out);
     run.err = textOf(err);

@@ -10,7 +10,8 @@
 #include "tools/files.h"
 
 struct ToolRun {
-    int status = -1;  // of the exit; -1 when the process did not end by itself
+    int status = -1;         // of the exit; -1 when the process did not end by itself
+    long peakKilobytes = 0;  // of memory that it held
     std::string out;
     std::string err;
 };
