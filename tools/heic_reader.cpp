@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <limits>
 #include <memory>
 #include <string_view>
 
@@ -13,7 +14,8 @@ namespace skylevel {
 namespace {
 
 void require(const heif_error& error) {
-    if (error.code == heif_error_Memory_allocation_error) throw FileError("not enough memory");
+    const bool refused = error.subcode == heif_suberror_Security_limit_exceeded;
+    if (error.code == heif_error_Memory_allocation_error && !refused) throw FileError("not enough memory");
     if (error.code == heif_error_Ok) return;
     std::string_view reason = error.message;
     while (reason.ends_with('\n')) reason.remove_suffix(1);
@@ -40,10 +42,17 @@ Handle primaryPicture(heif_context* context) {
     return {handle, heif_image_handle_release};
 }
 
-// The sizes before and after the file's own crop and turn.
-void checkSizes(const heif_image_handle* handle, std::int64_t maxPixels) {
-    checkSize(heif_image_handle_get_ispe_width(handle), heif_image_handle_get_ispe_height(handle), maxPixels);
+// libheif finds rows by an int and crashes where that is too short for them; a pixel has up to four bytes.
+constexpr std::int64_t mostPixels = std::numeric_limits<int>::max() / 4;
+
+// The sizes before and after the file's own crop and turn. A grid of tiles has a size of its own beside the one that
+// the file declares, and is to have no longer sides than that.
+void checkSizes(heif_context* context, const heif_image_handle* handle, std::int64_t maxPixels) {
+    const int width = heif_image_handle_get_ispe_width(handle);
+    const int height = heif_image_handle_get_ispe_height(handle);
+    checkSize(width, height, std::min(maxPixels, mostPixels));
     checkSize(heif_image_handle_get_width(handle), heif_image_handle_get_height(handle), maxPixels);
+    heif_context_set_maximum_image_size_limit(context, std::max(width, height) + 1);
 }
 
 Image decoded(const heif_image_handle* handle, bool withAlpha) {
@@ -128,7 +137,7 @@ Photo decodeHeic(std::span<const unsigned char> bytes, PixelWish wish, std::int6
     if (context == nullptr) throw std::bad_alloc();
     require(heif_context_read_from_memory_without_copy(context.get(), bytes.data(), bytes.size(), nullptr));
     const Handle handle = primaryPicture(context.get());
-    checkSizes(handle.get(), maxPixels);
+    checkSizes(context.get(), handle.get(), maxPixels);
 
     Photo photo;
     photo.format = PhotoFormat::heic;
