@@ -47,7 +47,53 @@ def png(width, height, colour, channels, extra):
             chunk(b"IEND", b""))
 
 
+def webp_lossless(width, height):
+    """The data of a VP8L chunk: a bright and a dark half, told apart by a bit of green a pixel."""
+    bits = []
+
+    def put(value, count):
+        bits.extend(value >> i & 1 for i in range(count))
+
+    for value, count in ((0x2F, 8), (width - 1, 14), (height - 1, 14), (0, 1 + 3)):
+        put(value, count)
+    put(0, 3)  # no transform, no colour cache, no groups of codes
+    put(0b111, 3)  # a simple code of two symbols, the first one of eight bits
+    put(40, 8)
+    put(200, 8)
+    for symbol in (100, 50, 255, 0):  # the other codes have one
+        put(0b101, 3)
+        put(symbol, 8)
+    for y in range(height):
+        bits.extend([int(y < height // 2)] * width)
+    bits.extend([0] * (-len(bits) % 8))
+    return bytes(sum(bit << i for i, bit in enumerate(bits[at:at + 8])) for at in range(0, len(bits), 8))
+
+
+def webp_lossy(width, height):
+    """The data of a VP8 chunk: a key frame whose coded bits are all 0."""
+    header, data = bytes(64), bytes(64)
+    tag = 1 << 4 | len(header) << 5
+    return struct.pack("<I", tag)[:3] + b"\x9d\x01\x2a" + struct.pack("<HH", width, height) + header + data
+
+
+def webp(chunks):
+    body = b"WEBP" + b"".join(kind + struct.pack("<I", len(data)) + data + bytes(len(data) % 2)
+                              for kind, data in chunks)
+    return b"RIFF" + struct.pack("<I", len(body)) + body
+
+
+def webps():
+    yield webp([(b"VP8L", webp_lossless(40, 30))])
+    yield webp([(b"VP8 ", webp_lossy(40, 30))])
+    # Profile, alpha, EXIF and XMP
+    extended = bytes([0x3C, 0, 0, 0]) + struct.pack("<I", 39)[:3] + struct.pack("<I", 29)[:3]
+    yield webp([(b"VP8X", extended), (b"ICCP", bytes(20)), (b"ALPH", bytes([0]) + bytes(range(40)) * 30),
+                (b"VP8 ", webp_lossy(40, 30)), (b"EXIF", list(exif_blocks())[1]),
+                (b"XMP ", b"<x tiff:Orientation='6'/>")])
+
+
 def photos():
+    yield from webps()
     blocks = list(exif_blocks())
     yield png(40, 30, 0, 1, [(b"gAMA", struct.pack(">I", 45455))])
     yield png(40, 30, 2, 3, [(b"eXIf", blocks[1]), (b"tEXt", b"Comment\0sea")])

@@ -37,10 +37,11 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     static const Folder folder;
     const std::string photo = folder.path / "photo";
     const std::string output = folder.path / "output";
+    const std::string converted = folder.path / "converted.jpg";  // of a format that cannot be written
     const skylevel::Bytes bytes(data, data + size);
     if (!isPhoto(bytes)) return -1;
     skylevel::writeFile(photo, bytes, skylevel::Existing::replace);
-    fs::remove(output);
+    for (const std::string& name : {output, converted}) fs::remove(name);
 
     skylevel::DetectOptions decision;
     decision.maxPixels = mostPixels;
@@ -52,13 +53,14 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     options.decision = decision;
     options.angle = 5.0;
     const skylevel::StraightenResult result =
-        skylevel::straighten({photo, output, output, false, skylevel::Existing::replace}, options);
-    const bool isWritten = fs::exists(output);
+        skylevel::straighten({photo, output, converted, false, skylevel::Existing::replace}, options);
+    const bool isWritten = fs::exists(output) || fs::exists(converted);
     fuzz::require(isWritten == result.error.empty(), "a failure writes nothing, success writes a file");
+    fuzz::require(!isWritten || fs::exists(result.output), "the file that was told");
     fuzz::require(fs::file_size(photo) == size, "the photo stays");
     if (!isWritten) return 0;
     // An empty look at the result: it can be read and has the size that was told.
-    const skylevel::DetectResult again = skylevel::detect({output, ""}, skylevel::DetectOptions());
+    const skylevel::DetectResult again = skylevel::detect({result.output, ""}, skylevel::DetectOptions());
     fuzz::require(again.error.empty() && again.width == result.newWidth && again.height == result.newHeight,
                   "the result can be read again");
     return 0;
