@@ -14,15 +14,6 @@ constexpr int intLimit = std::numeric_limits<int>::max();
 // Angles whose counters lie side by side.
 constexpr int tileAngles = 4;
 
-// What the vote kernels work on.
-struct Cells {
-    const float* cosines;
-    const float* sines;
-    const int* origins;
-    int angleCount;
-    int* counters;
-};
-
 // Angles whose counters are found, in vectors, well before they are looked up.
 constexpr int batchAngles = 256;
 
@@ -37,54 +28,57 @@ SKYLEVEL_KERNEL void findCounters(const Cells& cells, Point point, int first, in
     }
 }
 
-// Calls visit(0) to visit(count - 1); several calls a round save a fifth of the time.
-template <typename Visit>
-SKYLEVEL_KERNEL void inRounds(int count, Visit visit) {
+// Calls visit for a point's counters of all angles in order, several a round, which saves a fifth of the
+// time. After each batch, endBatch gets its first angle and the places of its counters.
+template <typename Real, typename Visit, typename EndBatch>
+SKYLEVEL_KERNEL void forEachCounter(const Cells& cells, Point point, Visit visit, EndBatch endBatch) {
     constexpr int round = 12;
-    int k = 0;
-    for (; k + round <= count; k += round)
-        for (int i = k; i < k + round; ++i) visit(i);
-    for (; k < count; ++k) visit(k);
-}
-
-// Adds votes to counters that started at spare. The winner is the first angle of those whose counters
-// have passed 0 by the most votes, if these are more than one; otherwise noAngle. Such counters, one in a
-// thousand, are read again later, so that a vote is a subtraction in memory and no more.
-template <typename Real>
-SKYLEVEL_KERNEL int addVotes(Cells cells, Point point, int spare) {
-    int most = 1;
-    int winner = Accumulator::noAngle;
     for (int first = 0; first < cells.angleCount;) {
         const int count = std::min(batchAngles, cells.angleCount - first);
         int at[batchAngles];
         findCounters<Real>(cells, point, first, count, at);
-        int passed[batchAngles];
-        int passedCount = 0;
-        inRounds(count, [&](int k) {
-            if (--cells.counters[at[k]] < 0) [[unlikely]] {
-                passed[passedCount] = k;
-                ++passedCount;
-            }
-        });
-        for (int i = 0; i < passedCount; ++i)
-            if (const int votes = spare - cells.counters[at[passed[i]]]; votes > most) {
+        int k = 0;
+        for (; k + round <= count; k += round)
+            for (int i = k; i < k + round; ++i) visit(cells.counters[at[i]], i);
+        for (; k < count; ++k) visit(cells.counters[at[k]], k);
+        endBatch(first, at);
+        first += count;
+    }
+}
+
+// Adds votes to counters that started at spare. The winner is the first angle of those whose counters
+// have passed 0 by the most votes, if these are more than one; otherwise noAngle. Such counters, one in a
+// thousand, are read again after the batch, so that a vote is a subtraction in memory and no more.
+template <typename Real>
+SKYLEVEL_KERNEL int addVotes(Cells cells, Point point, int spare) {
+    int most = 1;
+    int winner = Accumulator::noAngle;
+    int passed[batchAngles];
+    int passedCount = 0;
+    const auto vote = [&](int& counter, int k) {
+        if (--counter < 0) [[unlikely]] {
+            passed[passedCount] = k;
+            ++passedCount;
+        }
+    };
+    const auto judge = [&](int first, const int* at) {
+        for (int i = 0; i < passedCount; ++i) {
+            const int votes = spare - cells.counters[at[passed[i]]];
+            if (votes > most) {
                 most = votes;
                 winner = first + passed[i];
             }
-        first += count;
-    }
+        }
+        passedCount = 0;
+    };
+    forEachCounter<Real>(cells, point, vote, judge);
     return winner;
 }
 
 template <typename Real>
 SKYLEVEL_KERNEL void takeBack(Cells cells, Point point) {
-    for (int first = 0; first < cells.angleCount;) {
-        const int count = std::min(batchAngles, cells.angleCount - first);
-        int at[batchAngles];
-        findCounters<Real>(cells, point, first, count, at);
-        inRounds(count, [&](int k) { ++cells.counters[at[k]]; });
-        first += count;
-    }
+    forEachCounter<Real>(
+        cells, point, [](int& counter, int) { ++counter; }, [](int, const int*) {});
 }
 
 }  // namespace
@@ -99,7 +93,10 @@ IndexRange Grid::indices(Direction d) const {
     IndexRange range = {intLimit, -intLimit};
     for (const int x : {0, width - 1})
         for (const int y : {0, height - 1}) {
-            const int index = distanceIndex<double>(d, static_cast<float>(x), static_cast<float>(y));
+            // The form that votes: in another rounding mode they would not agree.
+            const auto column = static_cast<float>(x);
+            const auto row = static_cast<float>(y);
+            const int index = isSingle() ? distanceIndex<float>(d, column, row) : distanceIndex<double>(d, column, row);
             range = {std::min(range.first, index), std::max(range.last, index)};
         }
     return range;
@@ -108,7 +105,7 @@ IndexRange Grid::indices(Direction d) const {
 // Whether every pixel of the map votes inside its row.
 bool Grid::holdsMap() const {
     const int offset = (distanceCount - 1) / 2;
-    // No distance is longer than both sides together. That settles every rho below 2 without the sines
+    // No distance is longer than both sides together. That settles most rho below 2 without the sines
     // of all angles; the factor leaves room for the rounding of the distance.
     if ((width - 1.0 + height - 1.0) * scale * 1.000001 < offset) return true;
     for (int n = 0; n < angleCount; ++n) {
@@ -128,9 +125,11 @@ bool makeGrid(const HoughParams& parameters, int width, int height, Grid& grid) 
     if (!(angles < intLimit) || !(distances < intLimit)) return false;
     const int angleCount = static_cast<int>(angles);
     const int distanceCount = static_cast<int>(distances);
-    if (angleCount < 1 ||
-        (std::int64_t{angleCount} + tileAngles) * (std::int64_t{distanceCount} + tileAngles) > intLimit)
-        return false;
+    if (angleCount < 1) return false;
+    // Tiles round the angles up. Their distances are as many as those of one angle, and a few more: the halves on
+    // both sides of a middle that was truncated may each be one longer than those of another angle.
+    const std::int64_t counters = (std::int64_t{angleCount} + tileAngles) * (std::int64_t{distanceCount} + tileAngles);
+    if (counters > intLimit) return false;
     grid = {width, height, angleCount, distanceCount, theta, static_cast<double>(1.0f / parameters.rho)};
     return grid.holdsMap();
 }
@@ -138,7 +137,7 @@ bool makeGrid(const HoughParams& parameters, int width, int height, Grid& grid) 
 Accumulator::Accumulator(const Grid& grid, int threshold)
     : m_angleCount(grid.angleCount),
       m_spare(std::max(threshold, 1) - 1),
-      m_single(grid.distanceCount <= singleLimit),
+      m_single(grid.isSingle()),
       m_cosines(new float[grid.angleCount]),
       m_sines(new float[grid.angleCount]),
       m_origins(new int[grid.angleCount]) {
@@ -146,6 +145,7 @@ Accumulator::Accumulator(const Grid& grid, int threshold)
     for (int tile = 0; tile < m_angleCount; tile += tileAngles) {
         const int end = std::min(tile + tileAngles, m_angleCount);
         IndexRange fromMiddle = {intLimit, -intLimit};
+        int middles[tileAngles];
         for (int n = tile; n < end; ++n) {
             const Direction d = grid.direction(n);
             m_cosines[n] = d.c;
@@ -154,29 +154,31 @@ Accumulator::Accumulator(const Grid& grid, int threshold)
             const int middle = (range.first + range.last) / 2;
             fromMiddle = {std::min(fromMiddle.first, range.first - middle),
                           std::max(fromMiddle.last, range.last - middle)};
-            m_origins[n] = -middle;
+            middles[n - tile] = middle;
         }
         for (int n = tile; n < end; ++n)
-            m_origins[n] = size + tileAngles * (m_origins[n] - fromMiddle.first) + (n - tile);
+            m_origins[n] = size + tileAngles * (-middles[n - tile] - fromMiddle.first) + (n - tile);
         size += tileAngles * (fromMiddle.last - fromMiddle.first + 1);
     }
     m_counters.reset(new int[size]);
     std::fill_n(m_counters.get(), size, m_spare);
 }
 
+Cells Accumulator::cells() const {
+    return {m_cosines.get(), m_sines.get(), m_origins.get(), m_angleCount, m_counters.get()};
+}
+
 int Accumulator::vote(Point point) {
-    const Cells cells = {m_cosines.get(), m_sines.get(), m_origins.get(), m_angleCount, m_counters.get()};
-    const int winner = m_single ? vectorised<addVotes<float>>(cells, point, m_spare)
-                                : vectorised<addVotes<double>>(cells, point, m_spare);
+    const int winner = m_single ? vectorised<addVotes<float>>(cells(), point, m_spare)
+                                : vectorised<addVotes<double>>(cells(), point, m_spare);
     return m_spare == 0 && winner == noAngle ? 0 : winner;
 }
 
 void Accumulator::giveBack(Point point) {
-    const Cells cells = {m_cosines.get(), m_sines.get(), m_origins.get(), m_angleCount, m_counters.get()};
     if (m_single)
-        vectorised<takeBack<float>>(cells, point);
+        vectorised<takeBack<float>>(cells(), point);
     else
-        vectorised<takeBack<double>>(cells, point);
+        vectorised<takeBack<double>>(cells(), point);
 }
 
 }  // namespace skylevel

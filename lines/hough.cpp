@@ -155,7 +155,7 @@ int houghLine(unsigned char* edges, int width, int height, float* parameters, _L
     const auto isEdge = [&](Point point) { return edges[std::ptrdiff_t{point.y} * width + point.x] == edgePixel; };
     std::uint64_t state = firstState;
     while (points.count() > 0) {
-        // Drawn ahead and sifted without a branch: it would be mispredicted for every third point.
+        // Drawn ahead and sifted without a branch, which the processor would predict wrongly for a third of the points.
         Point drawn[drawnAhead];
         int drawnCount = 0;
         for (int k = std::min(drawnAhead, points.count()); k > 0; --k) {

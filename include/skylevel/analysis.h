@@ -69,8 +69,8 @@ SKYLEVEL_API int thinAndThrehold(unsigned char* edges, float* gradX, float* grad
                                  int height, float high, float low);
 
 /// Grows an edge from one pixel: every 8-connected chain of pixels that hold 128 in edges and at least
-/// low in magnitude becomes 255. Marking the start is the caller's part; it may lie anywhere. Stack and memory use do
-/// not depend on the length of the chains.
+/// low in magnitude becomes 255. Marking the start is the caller's part; it may lie anywhere. Stack and
+/// memory use do not depend on the length of the chains.
 SKYLEVEL_API void TraceEdge(int row, int col, float& low, unsigned char*& edges, float*& magnitude, int& width,
                             int& height);
 
@@ -104,8 +104,10 @@ static_assert(sizeof(HoughParams) == 5 * sizeof(float));
 ///             no segment was found; whatever the pointer held before is overwritten
 /// count       number of records in use, in the order in which the segments were found
 /// returns 0; -1 with nothing written on a null pointer, a side below 1 or above 32767, a rho or theta that
-///         is not finite and above 0, an accumulator that is empty or has more than 2^31 - 1 counters
-///         with room for four more angles and distances, or a rho so large that some pixel would vote outside it
+///         is not finite and above 0, less than one angle, (angles + 4) x (distances + 4) counters above
+///         2^31 - 1, or a rho so large that some pixel would vote outside them
+/// Time grows with edge pixels x angles. Of an allocation that fails when lines was written already, the
+/// array is still the caller's to release.
 SKYLEVEL_API int houghLine(unsigned char* edges, int width, int height, float* parameters, _Line*& lines, int& count);
 
 /// One step of houghLine's multiply-with-carry generator.
