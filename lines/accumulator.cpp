@@ -145,7 +145,7 @@ Accumulator::Accumulator(const Grid& grid, int threshold)
     for (int tile = 0; tile < m_angleCount; tile += tileAngles) {
         const int end = std::min(tile + tileAngles, m_angleCount);
         IndexRange fromMiddle = {intLimit, -intLimit};
-        int middles[tileAngles];
+        int middles[tileAngles] = {};
         for (int n = tile; n < end; ++n) {
             const Direction d = grid.direction(n);
             m_cosines[n] = d.c;

@@ -52,8 +52,8 @@ class PointList {
 public:
     PointList(const unsigned char* edges, int width, int height) : m_points(new Point[firstPointCapacity]()) {
         int capacity = firstPointCapacity;
-        for (int y = 0; y < height; ++y)
-            for (int x = nextEdge(edges, 0, y, width); x < width; x = nextEdge(edges, x + 1, y, width)) {
+        for (int y = 0; y < height; ++y, edges += width)
+            for (int x = nextEdge(edges, 0, width); x < width; x = nextEdge(edges, x + 1, width)) {
                 if (m_count == capacity) m_points.reset(doubled(m_points.get(), capacity));
                 m_points[m_count] = {x, y};
                 ++m_count;
@@ -72,9 +72,8 @@ public:
     }
 
 private:
-    // The column of the next edge pixel of row y, from column x on; width if there is none.
-    static int nextEdge(const unsigned char* edges, int x, int y, int width) {
-        const unsigned char* const row = edges + std::ptrdiff_t{y} * width;
+    // The column of the next edge pixel of a row, from column x on; width if there is none.
+    static int nextEdge(const unsigned char* row, int x, int width) {
         const void* const found = std::memchr(row + x, edgePixel, static_cast<std::size_t>(width - x));
         return found == nullptr ? width : static_cast<int>(static_cast<const unsigned char*>(found) - row);
     }
