@@ -1,4 +1,5 @@
 // One corrector through any sequence of its members, beside a model of its fields.
+#include <algorithm>
 #include <limits>
 
 #include "fuzz/input.h"
@@ -78,10 +79,11 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     fuzz::Input input(data, size);
     Model model = {input.between(-2, sideLimit), input.between(-2, sideLimit)};
     const int stride = model.width + input.between(0, 2 * sideLimit);
-    // Large enough for both readings of the same bytes.
-    const fuzz::Bytes image(
-        isUsable(model) ? std::size_t{3} * model.width * model.height + std::size_t{1} * stride * model.height : 1);
-    if (isUsable(model)) input.paint(image.data(), stride, model.height, stride);
+    // The longer one of both readings of the same bytes, RGB and gray.
+    const std::size_t rgbSize = isUsable(model) ? std::size_t{3} * model.width * model.height : 0;
+    const std::size_t graySize = isUsable(model) ? std::size_t{1} * stride * (model.height - 1) + model.width : 0;
+    const fuzz::Bytes image(std::max(rgbSize, graySize));
+    if (isUsable(model)) input.paint(image.data(), model.width, model.height, stride);
     const fuzz::Bytes before = image.copy();
     {
         TiltCorrection corrector(image.data(), model.width, model.height, stride);

@@ -125,12 +125,12 @@ void count(fuzz::Input& input, int width, int height) {
     const Floats values(std::size_t{1} * width * height);
     input.fill(values.data(), values.size());
     const int binCount = input.between(0, 300);
-    const fuzz::Buffer<int> histogram(binCount + 1);
-    for (int i = 0; i <= binCount; ++i) histogram[i] = 0;
+    const fuzz::Buffer<int> histogram(binCount);
+    for (int i = 0; i < binCount; ++i) histogram[i] = 0;
     const float maximum = input.mostly(levels);
     const int status = imHist(values.data(), maximum, static_cast<int>(values.size()), binCount, histogram.data());
     std::size_t sum = 0;
-    for (int i = 0; i <= binCount; ++i) sum += histogram[i];
+    for (int i = 0; i < binCount; ++i) sum += histogram[i];
     fuzz::require(sum == (status == 0 ? values.size() : 0), "every value is counted once, or none");
 }
 

@@ -29,7 +29,7 @@ void askForHorizon(fuzz::Input& input) {
         if (height > 1) stride = width + padding;
     }
     const bool isEmpty = refused || width < 1 || height < 1;
-    const fuzz::Bytes picture(isEmpty ? 1 : std::size_t{1} * (height - 1) * stride + width);
+    const fuzz::Bytes picture(isEmpty ? 0 : std::size_t{1} * (height - 1) * stride + width);
     if (!isEmpty) input.paint(picture.data(), width, height, stride);
     const fuzz::Bytes before = picture.copy();
 
@@ -57,7 +57,7 @@ void askForAngle(fuzz::Input& input) {
     int width = input.mostly(sides);
     int height = input.mostly(sides);
     const bool refused = !withPicture || width < 0 || height < 0;
-    const fuzz::Bytes picture(1);
+    const fuzz::Bytes picture(0);
     double angle = 1234.5;
     // The request is refused before a pixel is read.
     const int status =

@@ -15,8 +15,8 @@ void turn(fuzz::Input& input, TiltCorrection& corrector) {
     int height = input.between(-1, sideLimit);
     const double angle = input.mostly(angles);
     const bool refused = width < 1 || height < 1 || !(angle >= -180.0 && angle <= 180.0);
-    const fuzz::Bytes src(width < 1 || height < 1 ? 1 : std::size_t{3} * width * height);
-    if (src.size() > 1) input.paint(src.data(), 3 * width, height, std::ptrdiff_t{3} * width);
+    const fuzz::Bytes src(width < 1 || height < 1 ? 0 : std::size_t{3} * width * height);
+    if (src.size() > 0) input.paint(src.data(), 3 * width, height, std::ptrdiff_t{3} * width);
     unsigned char highest = 0;
     for (std::size_t i = 0; i < src.size(); ++i) highest = src[i] > highest ? src[i] : highest;
     const fuzz::Bytes before = src.copy();
@@ -55,7 +55,7 @@ void placeCrop(fuzz::Input& input, TiltCorrection& corrector) {
 
 void fit(fuzz::Input& input, TiltCorrection& corrector) {
     const int count = input.between(-1, 40);
-    const fuzz::Buffer<int> x(count < 1 ? 1 : count);
+    const fuzz::Buffer<int> x(count < 1 ? 0 : count);
     const fuzz::Buffer<int> y(x.size());
     const int range = input.raw<unsigned char>() % 2 == 0 ? 300 : std::numeric_limits<int>::max();
     for (std::size_t i = 0; i < x.size(); ++i) {
@@ -88,7 +88,7 @@ void profile(fuzz::Input& input, TiltCorrection& corrector) {
 
 void average(fuzz::Input& input, TiltCorrection& corrector) {
     const int count = input.between(-1, 1000);
-    const fuzz::Bytes values(count < 1 ? 1 : count);
+    const fuzz::Bytes values(count < 1 ? 0 : count);
     input.paint(values.data(), static_cast<int>(values.size()), 1, 0);
     double mean = -1.0;
     const int status = corrector.mean(values.data(), count, mean);

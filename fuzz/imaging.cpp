@@ -62,7 +62,7 @@ void subsample(fuzz::Input& input, TiltCorrection& corrector) {
     const int stride = height == 1 ? input.raw<int>() : width + input.between(-2, 20);
     const int step = input.mostly(steps);
     const bool refused = stride < width || step < 1;
-    const fuzz::Bytes src(refused ? 1 : std::size_t{1} * (height - 1) * stride + width);
+    const fuzz::Bytes src(refused ? 0 : std::size_t{1} * (height - 1) * stride + width);
     if (!refused) input.paint(src.data(), width, height, stride);
     const std::size_t outWidth = refused ? 0 : (width - 1) / step + 1;
     const std::size_t outHeight = refused ? 1 : (height - 1) / step + 1;
