@@ -1,8 +1,10 @@
 // Whole files through detect and straighten.
 #include <unistd.h>
 
-#include <cstdio>
+#include <cstdint>
 #include <filesystem>
+#include <optional>
+#include <span>
 #include <string>
 
 #include "fuzz/input.h"
@@ -22,13 +24,15 @@ struct Folder {
     ~Folder() { fs::remove_all(path); }
 };
 
-bool isPhoto(const skylevel::Bytes& bytes) {
-    try {
-        skylevel::requirePhoto(bytes);
-        return true;
-    } catch (const skylevel::FileError&) {
-        return false;
-    }
+// The bytes are a file and nothing else, so what is done with it follows from their hash: 32-bit FNV-1a.
+std::uint32_t hashOf(const skylevel::Bytes& bytes) {
+    std::uint32_t hash = 2166136261;
+    for (const unsigned char byte : bytes) hash = (hash ^ byte) * 16777619;
+    return hash;
+}
+
+skylevel::Bytes contentOf(const std::string& name) {
+    return skylevel::readFile(name, [](std::span<const unsigned char>) {});
 }
 
 }  // namespace
@@ -39,7 +43,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::string output = folder.path / "output";
     const std::string converted = folder.path / "converted.jpg";  // of a format that cannot be written
     const skylevel::Bytes bytes(data, data + size);
-    if (!isPhoto(bytes)) return -1;
+    if (!skylevel::failureOf([&] { skylevel::requirePhoto(bytes); }).empty()) return -1;
     skylevel::writeFile(photo, bytes, skylevel::Existing::replace);
     for (const std::string& name : {output, converted}) fs::remove(name);
 
@@ -51,15 +55,25 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
 
     skylevel::StraightenOptions options;
     options.decision = decision;
-    options.angle = 5.0;
+    constexpr std::optional<double> angles[] = {5.0, -20.0, 0.0, std::nullopt};  // 0 leaves the photo alone
+    const std::uint32_t choice = hashOf(bytes);
+    options.angle = angles[choice % 4];
+    options.keepCanvas = choice / 4 % 2 == 1;
+    const bool inFolder = choice / 8 % 2 == 1;
     const skylevel::StraightenResult result =
-        skylevel::straighten({photo, output, converted, false, skylevel::Existing::replace}, options);
+        skylevel::straighten({photo, output, converted, inFolder, skylevel::Existing::replace}, options);
+    const bool isTurned = result.outcome == skylevel::Outcome::turned;
     const bool isWritten = fs::exists(output) || fs::exists(converted);
-    fuzz::require(isWritten == result.error.empty(), "a failure writes nothing, success writes a file");
+    fuzz::require(isWritten == (result.error.empty() && (isTurned || inFolder)),
+                  "a failure writes nothing, success writes a turned photo, and of a folder every one");
     fuzz::require(!isWritten || fs::exists(result.output), "the file that was told");
-    fuzz::require(fs::file_size(photo) == size, "the photo stays");
+    fuzz::require(contentOf(photo) == bytes, "the photo stays");
     if (!isWritten) return 0;
-    // An empty look at the result: it can be read and has the size that was told.
+    if (!isTurned) {
+        fuzz::require(contentOf(result.output) == bytes, "a photo left alone is copied");
+        return 0;
+    }
+    // The file that was written is a photo, and of the size that was told.
     const skylevel::DetectResult again = skylevel::detect({result.output, ""}, skylevel::DetectOptions());
     fuzz::require(again.error.empty() && again.width == result.newWidth && again.height == result.newHeight,
                   "the result can be read again");
