@@ -2,12 +2,12 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cmath>
 #include <limits>
 #include <memory>
 #include <vector>
 
 #include "skylevel/skylevel.h"
+#include "tests/plain/geometry.h"
 #include "tests/support/bits.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/scenes.h"
@@ -16,15 +16,10 @@ namespace {
 
 using Pixels = std::vector<unsigned char>;
 using Bounds = std::vector<int>;
+using plain::Turned;
 
 constexpr double nan = std::numeric_limits<double>::quiet_NaN();
 constexpr double inf = std::numeric_limits<double>::infinity();
-
-struct Turned {
-    int width = 0;
-    int height = 0;
-    Pixels pixels = {};
-};
 
 Turned turn(const Bytes& rgb, int width, int height, double angle) {
     TiltCorrection corrector(nullptr, 0, 0, 0);
@@ -33,39 +28,6 @@ Turned turn(const Bytes& rgb, int width, int height, double angle) {
     EXPECT_EQ(corrector.rotateImage(rgb.data(), width, height, dst, out.width, out.height, angle), 0);
     const std::unique_ptr<unsigned char[]> owner(dst);
     out.pixels.assign(dst, dst + 3 * out.width * out.height);
-    return out;
-}
-
-// The turn by its definition, one byte at a time.
-Turned plainTurn(const Bytes& rgb, int width, int height, double angle) {
-    const double t = (angle / 180.0) * 3.141592653589793;
-    const double c = std::cos(t);
-    const double s = std::sin(t);
-    const int w1 = width - 1;
-    const int h1 = height - 1;
-    const auto whole = [](double value) { return static_cast<int>(value); };
-    const auto [left, right] = std::minmax({0, whole(w1 * c), whole((1 - height) * s), whole(w1 * c - h1 * s)});
-    const auto [top, bottom] = std::minmax({0, whole(w1 * s), whole(h1 * c), whole(h1 * c + w1 * s)});
-    Turned out = {right - left + 1, bottom - top + 1};
-    for (int i = 0; i < 3 * out.width * out.height; ++i) {
-        const int x = left + i / 3 % out.width;
-        const int y = top + i / 3 / out.width;
-        const double sx = s * y + c * x;
-        const double sy = c * y - s * x;
-        double value = 0.0;
-        if (sx >= 0 && sy < height && sy >= 0 && sx < width) {
-            const int x0 = whole(sx);
-            const int y0 = whole(sy);
-            const auto p = [&](int dx, int dy) { return rgb[3 * ((y0 + dy) * width + x0 + dx) + i % 3]; };
-            const double fx = sx - x0;
-            const double fy = sy - y0;
-            value = p(0, 0);
-            if (x0 != w1 && y0 != h1)
-                value = ((p(0, 0) * ((1 - fx) * (1 - fy)) + p(1, 0) * (fx * (1 - fy))) + p(1, 1) * (fx * fy)) +
-                        p(0, 1) * ((1 - fx) * fy);
-        }
-        out.pixels.push_back(static_cast<unsigned char>(value));
-    }
     return out;
 }
 
@@ -79,7 +41,7 @@ TEST(Rotation, IsItsDefinitionToTheBit) {
             const auto value = [even = width % 2 == 0](int, int c) { return even ? 255 : (c * 2654435761U) >> 24; };
             const Bytes rgb = paint(3 * width * height, 1, 3 * width * height, value).pixels;
             const Turned turned = turn(rgb, width, height, angle);
-            const Turned plain = plainTurn(rgb, width, height, angle);
+            const Turned plain = plain::turn(rgb.data(), width, height, angle);
             EXPECT_TRUE(turned.width == plain.width && turned.height == plain.height);
             EXPECT_TRUE(sameBits(turned.pixels, plain.pixels)) << width << "x" << height << " by " << angle;
             EXPECT_TRUE(sameBits(turn(rgb, width, height, 1e-16).pixels, rgb)) << "too small an angle is none";

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "skylevel/skylevel.h"
+#include "tests/plain/imaging.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/scenes.h"
 
@@ -11,26 +12,8 @@ namespace {
 
 using Plane = std::vector<unsigned char>;
 
-// The sampling rule, pixel by pixel.
 Plane sampled(const Picture& src, int angle, int smallWidth, int smallHeight) {
-    const bool exchanged = angle == 90 || angle == 270;
-    const int tableLength = exchanged ? smallHeight : smallWidth;
-    const float columnStep = static_cast<float>(src.width) / static_cast<float>(tableLength);
-    const float rowStep = static_cast<float>(src.height) / static_cast<float>(exchanged ? smallWidth : smallHeight);
-    std::vector<int> columns;
-    float position = angle >= 180 ? static_cast<float>(src.width - 1) : 0.0f;
-    for (int k = 0; k < tableLength; ++k) {
-        columns.push_back(static_cast<int>(position) / 2 * 2);
-        position = angle >= 180 ? position - columnStep : position + columnStep;
-    }
-    Plane out;
-    for (int r = 0; r < smallHeight; ++r)
-        for (int c = 0; c < smallWidth; ++c) {
-            const int down = static_cast<int>(static_cast<float>(exchanged ? c : r) * rowStep);
-            const int row = angle == 90 || angle == 180 ? src.height - 1 - down : down;
-            out.push_back(src.at(row, columns[exchanged ? r : c]));
-        }
-    return out;
+    return plain::reduced(src.pixels.data(), src.width, src.height, src.stride, angle, smallWidth, smallHeight);
 }
 
 // What downsampleWithAngle and the operation of that turn alone both write.
