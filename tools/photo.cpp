@@ -70,10 +70,6 @@ std::string allTitles() {
     return list;
 }
 
-std::string sizeInWords(std::int64_t width, std::int64_t height) {
-    return std::to_string(width) + " x " + std::to_string(height) + " pixels";
-}
-
 }  // namespace
 
 std::span<const Format> formats() { return all; }
@@ -109,11 +105,15 @@ Photo decodePhoto(std::span<const unsigned char> bytes, PixelWish wish, std::int
     return (format == nullptr ? decodeJpeg : format->decode)(bytes, wish, maxPixels);
 }
 
+std::string sizeInWords(std::int64_t width, std::int64_t height) {
+    return std::to_string(width) + " x " + std::to_string(height);
+}
+
 void checkSize(std::int64_t width, std::int64_t height, std::int64_t maxPixels) {
     if (width > longestSide || height > longestSide)
-        throw FileError(sizeInWords(width, height) + ": no side may be longer than " + std::to_string(longestSide));
+        throw FileError(sizeInWords(width, height) + " pixels: no side may be longer than " + std::to_string(longestSide));
     if (width * height > maxPixels)
-        throw FileError(sizeInWords(width, height) + " are more than the limit of " + std::to_string(maxPixels));
+        throw FileError(sizeInWords(width, height) + " pixels are more than the limit of " + std::to_string(maxPixels));
 }
 
 }  // namespace skylevel

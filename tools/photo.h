@@ -101,6 +101,8 @@ std::string pngLibrary();
 std::string webpLibrary();
 std::string heicLibrary();
 
+std::string sizeInWords(std::int64_t width, std::int64_t height);
+
 // For the readers: refuses a size that the header promises.
 void checkSize(std::int64_t width, std::int64_t height, std::int64_t maxPixels);
 

@@ -21,8 +21,6 @@ const char* reasonInWords(Outcome outcome) {
     return nullptr;
 }
 
-std::string sizeInWords(int width, int height) { return std::to_string(width) + " x " + std::to_string(height); }
-
 constexpr const char* columns[] = {"file",     "turned",    "turn",          "reason", "output", "horizon",
                                    "angle",    "verdict",   "decisionAngle", "format", "width",  "height",
                                    "newWidth", "newHeight", "warnings",      "error"};
