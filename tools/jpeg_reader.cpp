@@ -183,6 +183,7 @@ Photo decodeJpeg(std::span<const unsigned char> bytes, PixelWish wish, std::int6
     Photo photo;
     photo.format = PhotoFormat::jpeg;
     photo.orientation = orientationFromExif(findOrientation(info));
+    photo.bytesBehind = countBehind(findSegments(bytes).trailing);
     photo.jpegCoding = codingOf(info);
     if (!decoder.start(decodedSpace(info.jpeg_color_space, wish))) throw FileError(decoder.message());
     photo.picture =

@@ -85,18 +85,12 @@ private:
 };
 
 CarriedFile carryJpeg(ByteSpan original, const Photo& photo, const Bytes& encoded, int width, int height) {
-    const JpegSegments segments = findSegments(original);
     CarriedFile result;
     result.bytes.assign(encoded.begin(), encoded.begin() + startOfImageBytes);
     JpegSegmentCarrier carrier(photo, width, height);
+    const JpegSegments segments = findSegments(original);
     for (const JpegSegment& segment : segments.metadata) carrier.carry(segment, result.bytes);
     result.bytes.insert(result.bytes.end(), encoded.begin() + startOfImageBytes, encoded.end());
-
-    const bool onlyPadding =
-        std::all_of(segments.trailing.begin(), segments.trailing.end(), [](unsigned char byte) { return byte == 0; });
-    if (!onlyPadding)
-        result.warnings.push_back("not kept: " + std::to_string(segments.trailing.size()) +
-                                  " bytes behind the picture, such as further pictures or a film");
     return result;
 }
 
@@ -203,9 +197,7 @@ CarriedFile carryHeic(const Photo& photo, const Bytes& encoded, int width, int h
     return result;
 }
 
-}  // namespace
-
-CarriedFile carryMetadata(ByteSpan original, const Photo& photo, const Bytes& encoded, int width, int height) {
+CarriedFile carry(ByteSpan original, const Photo& photo, const Bytes& encoded, int width, int height) {
     switch (photo.format) {
         case PhotoFormat::jpeg:
             return carryJpeg(original, photo, encoded, width, height);
@@ -217,6 +209,16 @@ CarriedFile carryMetadata(ByteSpan original, const Photo& photo, const Bytes& en
             return carryHeic(photo, encoded, width, height);
     }
     return {};
+}
+
+}  // namespace
+
+CarriedFile carryMetadata(ByteSpan original, const Photo& photo, const Bytes& encoded, int width, int height) {
+    CarriedFile result = carry(original, photo, encoded, width, height);
+    if (photo.bytesBehind > 0)
+        result.warnings.push_back("not kept: " + std::to_string(photo.bytesBehind) +
+                                  " bytes behind the picture, such as further pictures or a film");
+    return result;
 }
 
 }  // namespace skylevel

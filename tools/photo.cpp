@@ -109,9 +109,15 @@ std::string sizeInWords(std::int64_t width, std::int64_t height) {
     return std::to_string(width) + " x " + std::to_string(height);
 }
 
+std::size_t countBehind(std::span<const unsigned char> trailing) {
+    const bool padding = std::all_of(trailing.begin(), trailing.end(), [](unsigned char byte) { return byte == 0; });
+    return padding ? 0 : trailing.size();
+}
+
 void checkSize(std::int64_t width, std::int64_t height, std::int64_t maxPixels) {
     if (width > longestSide || height > longestSide)
-        throw FileError(sizeInWords(width, height) + " pixels: no side may be longer than " + std::to_string(longestSide));
+        throw FileError(sizeInWords(width, height) + " pixels: no side may be longer than " +
+                        std::to_string(longestSide));
     if (width * height > maxPixels)
         throw FileError(sizeInWords(width, height) + " pixels are more than the limit of " + std::to_string(maxPixels));
 }

@@ -46,13 +46,14 @@ struct MetadataBlocks {
 
 struct Photo {
     PhotoFormat format = PhotoFormat::jpeg;
-    Picture picture;          // as stored
-    Orientation orientation;  // what makes it upright
-    bool complete = true;     // false when rows are missing at the lower end
-    int bitDepth = 8;         // of a channel in the file
-    JpegCoding jpegCoding;    // of a JPEG file
-    bool lossless = false;    // of a WebP file
-    MetadataBlocks metadata;  // of a WebP file; of a HEIC file, too, when its pixels are wanted as stored
+    Picture picture;              // as stored
+    Orientation orientation;      // what makes it upright
+    bool complete = true;         // false when part of the file cannot be read; the first warning says what then
+    int bitDepth = 8;             // of a channel in the file
+    JpegCoding jpegCoding;        // of a JPEG file
+    bool lossless = false;        // of a WebP file
+    MetadataBlocks metadata;      // of a WebP file; of a HEIC file, too, when its pixels are wanted as stored
+    std::size_t bytesBehind = 0;  // the end of the picture; 0 for mere padding, and of a HEIC file
     std::vector<std::string> warnings;
 
     int uprightWidth() const { return orientation.exchangesSides() ? picture.height : picture.width; }
@@ -102,6 +103,9 @@ std::string webpLibrary();
 std::string heicLibrary();
 
 std::string sizeInWords(std::int64_t width, std::int64_t height);
+
+// For the readers: how many of the bytes behind the picture there are, unless all are 0.
+std::size_t countBehind(std::span<const unsigned char> trailing);
 
 // For the readers: refuses a size that the header promises.
 void checkSize(std::int64_t width, std::int64_t height, std::int64_t maxPixels);

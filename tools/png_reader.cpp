@@ -26,6 +26,7 @@ public:
     bool readTail();
 
     const char* message() const { return text; }
+    std::span<const unsigned char> unread() const { return rest; }
     int width() const { return static_cast<int>(png_get_image_width(png, info)); }
     int height() const { return static_cast<int>(png_get_image_height(png, info)); }
     int channels() const { return png_get_channels(png, info); }
@@ -66,6 +67,7 @@ bool PngDecoder::readHeader() {
     png_set_read_fn(png, this, onRead);
     png_set_user_limits(png, PNG_UINT_31_MAX, PNG_UINT_31_MAX);  // the size is checked before memory is taken
     // Compressed texts and profiles are not looked at: a few kB of file can inflate to 8 MB each, a thousand times.
+    // -1 stands for every chunk that the pixels do not need.
     png_set_keep_unknown_chunks(png, PNG_HANDLE_CHUNK_NEVER, nullptr, -1);
     png_set_keep_unknown_chunks(png, PNG_HANDLE_CHUNK_AS_DEFAULT, reinterpret_cast<png_const_bytep>("eXIf"), 1);
     png_read_info(png, info);
@@ -116,7 +118,10 @@ Photo decodePng(std::span<const unsigned char> bytes, PixelWish wish, std::int64
     photo.picture = makePicture(decoder.width(), decoder.height(), decoder.channels());
     if (!decoder.readRows(photo.picture.pixels.get())) throw FileError(decoder.message());
     // The pixels are complete; what follows can only add an orientation.
-    if (!decoder.readTail()) photo.warnings.push_back(std::string("after the pixels: ") + decoder.message());
+    if (decoder.readTail())
+        photo.bytesBehind = countBehind(decoder.unread());
+    else
+        photo.warnings.push_back(std::string("after the pixels: ") + decoder.message());
     photo.orientation = orientationFromExif(decoder.orientation());
     if (photo.picture.channels % 2 == 0 && wish != PixelWish::stored) layOverWhite(photo.picture);
     return photo;

@@ -2,6 +2,7 @@
 #include <webp/decode.h>
 #include <webp/mux.h>
 
+#include <algorithm>
 #include <memory>
 
 #include "tools/exif.h"
@@ -33,11 +34,23 @@ Bytes chunk(const WebPMux* mux, const char* name) {
     return {data.bytes, data.bytes + data.size};
 }
 
+// What the container says it holds, with its header and padding. Behind it the muxer takes nothing.
+std::size_t containerSize(std::span<const unsigned char> bytes) {
+    constexpr std::size_t sizeAt = 4;
+    constexpr std::size_t headerBytes = 8;
+    std::size_t size = 0;
+    for (std::size_t i = 0; i < 4; ++i) size |= std::size_t{bytes[sizeAt + i]} << (8 * i);
+    return std::min(bytes.size(), headerBytes + size + size % 2);
+}
+
+// The file is one that could be decoded.
 void readMetadata(std::span<const unsigned char> bytes, Photo& photo) {
-    const WebPData file = {bytes.data(), bytes.size()};
+    const WebPData file = {bytes.data(), containerSize(bytes)};
+    photo.bytesBehind = countBehind(bytes.subspan(file.size));
     const std::unique_ptr<WebPMux, void (*)(WebPMux*)> mux(WebPMuxCreate(&file, 0), WebPMuxDelete);
     if (mux == nullptr) {
-        photo.warnings.emplace_back("damaged behind the pixels: no metadata can be read");
+        photo.warnings.emplace_back("no metadata can be read");
+        photo.complete = false;
         return;
     }
     photo.metadata = {chunk(mux.get(), "EXIF"), chunk(mux.get(), "ICCP"), chunk(mux.get(), "XMP ")};
