@@ -20,7 +20,7 @@
 namespace skylevel {
 namespace {
 
-constexpr unsigned exifMarker = JPEG_APP0 + 1;
+constexpr unsigned char exifMarker = JPEG_APP0 + 1;
 
 // Real progressive files have about ten scans. Each can cost as much time as the whole picture and a few
 // bytes of file.
@@ -42,6 +42,8 @@ public:
     const jpeg_decompress_struct& state() const { return info; }
     // Rows that hold the file's own data; fewer than the height when it ended early.
     int rowsRead() const { return std::min<int>(availableRows, static_cast<int>(info.output_height)); }
+    // Whether there is data for every row, but not all that the scans refine them by.
+    bool lacksScans() const { return endedInScan || (fileEnded && !hasAllScans()); }
     // The first complaint about damaged data; empty without one.
     const char* warning() const { return firstWarning; }
 
@@ -51,6 +53,7 @@ private:
     static void onMessage(j_common_ptr common, int level);
     static void onProgress(j_common_ptr common);
     bool endedEarly() const;
+    bool hasAllScans() const;
 
     std::span<const unsigned char> file;
     jpeg_decompress_struct info = {};
@@ -58,6 +61,8 @@ private:
     jpeg_progress_mgr progress = {};
     std::jmp_buf escape = {};
     bool multipleScans = false;
+    bool fileEnded = false;    // without an end of the image
+    bool endedInScan = false;  // at least one scan is not whole
     int availableRows = JPEG_MAX_DIMENSION;
     char text[JMSG_LENGTH_MAX] = "";
     char firstWarning[JMSG_LENGTH_MAX] = "";
@@ -85,11 +90,26 @@ bool JpegDecoder::endedEarly() const {
     return errors.msg_code == JWRN_JPEG_EOF && info.arith_code;
 }
 
+// Whether every component had a scan, and of a progressive file every coefficient down to its last bit. A file can end
+// between two scans, where the decoder misses nothing.
+bool JpegDecoder::hasAllScans() const {
+    for (int component = 0; component < info.num_components; ++component) {
+        if (info.comp_info[component].quant_table == nullptr) return false;
+        if (info.coef_bits == nullptr) continue;
+        const int* const missingBits = info.coef_bits[component];
+        if (std::any_of(missingBits, missingBits + DCTSIZE2, [](int bits) { return bits != 0; })) return false;
+    }
+    return true;
+}
+
 void JpegDecoder::onMessage(j_common_ptr common, int level) {
     if (level >= 0) return;  // traces
     JpegDecoder& self = of(common);
     if (self.firstWarning[0] == '\0') self.errors.format_message(common, self.firstWarning);
-    if (self.availableRows < JPEG_MAX_DIMENSION || !self.endedEarly()) return;
+    if (self.errors.msg_code == JWRN_JPEG_EOF) self.fileEnded = true;
+    if (!self.endedEarly()) return;
+    self.endedInScan = true;
+    if (self.availableRows < JPEG_MAX_DIMENSION) return;
     // Every scan of several after the first refines rows that are all there.
     if (self.multipleScans && self.info.input_scan_number > 1) return;
     self.availableRows = static_cast<int>(self.info.input_iMCU_row) * self.info.max_v_samp_factor * DCTSIZE;
@@ -105,7 +125,6 @@ bool JpegDecoder::readHeader() {
     progress.progress_monitor = onProgress;
     info.progress = &progress;
     jpeg_mem_src(&info, file.data(), static_cast<unsigned long>(file.size()));
-    jpeg_save_markers(&info, static_cast<int>(exifMarker), 0xFFFF);
     jpeg_read_header(&info, TRUE);
     multipleScans = jpeg_has_multiple_scans(&info) != 0;
     return true;
@@ -163,12 +182,11 @@ void convertFromInks(Picture& picture, bool inverted) {
     picture.channels = 3;
 }
 
-unsigned findOrientation(const jpeg_decompress_struct& info) {
-    for (const jpeg_marker_struct* marker = info.marker_list; marker != nullptr; marker = marker->next) {
-        const std::span<const unsigned char> data(marker->data, marker->data_length);
-        if (marker->marker == exifMarker && startsWith(data, exifHeader))
-            return exifOrientation(data.subspan(exifHeader.size()));
-    }
+// Not from libjpeg, of which the time for keeping segments grows with the square of their number.
+unsigned findOrientation(const JpegSegments& segments) {
+    for (const JpegSegment& segment : segments.metadata)
+        if (segment.marker == exifMarker && startsWith(segment.data, exifHeader))
+            return exifOrientation(segment.data.subspan(exifHeader.size()));
     return 1;
 }
 
@@ -182,8 +200,9 @@ Photo decodeJpeg(std::span<const unsigned char> bytes, PixelWish wish, std::int6
 
     Photo photo;
     photo.format = PhotoFormat::jpeg;
-    photo.orientation = orientationFromExif(findOrientation(info));
-    photo.bytesBehind = countBehind(findSegments(bytes).trailing);
+    const JpegSegments segments = findSegments(bytes);
+    photo.orientation = orientationFromExif(findOrientation(segments));
+    photo.bytesBehind = countBehind(segments.trailing);
     photo.jpegCoding = codingOf(info);
     if (!decoder.start(decodedSpace(info.jpeg_color_space, wish))) throw FileError(decoder.message());
     photo.picture =
@@ -196,6 +215,12 @@ Photo decodeJpeg(std::span<const unsigned char> bytes, PixelWish wish, std::int6
         photo.warnings.push_back("truncated: " + std::to_string(rows) + " of " + std::to_string(photo.picture.height) +
                                  " rows read");
         photo.picture.height = rows;
+        photo.complete = false;
+    } else if (decoder.lacksScans()) {
+        photo.warnings.emplace_back("truncated: all rows read, but not all their details");
+        photo.complete = false;
+    } else if (segments.damaged) {
+        photo.warnings.emplace_back("a segment of impossible length");
         photo.complete = false;
     } else if (*decoder.warning() != '\0') {
         photo.warnings.emplace_back(decoder.warning());

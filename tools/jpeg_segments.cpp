@@ -46,7 +46,12 @@ JpegSegments findSegments(std::span<const unsigned char> file) {
         }
         if (file.size() - position < lengthBytes) break;
         const std::size_t length = std::size_t{file[position]} << 8 | file[position + 1];
-        if (length < lengthBytes || length > file.size() - position) break;
+        if (length < lengthBytes || length > file.size() - position) {
+            segments.damaged = true;
+            if (length >= lengthBytes) break;
+            position += lengthBytes;
+            continue;
+        }
         if (isMetadata(marker))
             segments.metadata.push_back({marker, file.subspan(position + lengthBytes, length - lengthBytes)});
         position += length;

@@ -25,9 +25,11 @@ struct JpegSegment {
 struct JpegSegments {
     std::vector<JpegSegment> metadata;        // APPn and COM in the order of the file
     std::span<const unsigned char> trailing;  // what follows the end of the image
+    bool damaged = false;                     // a length cannot be true: segments may be missing or wrong
 };
 
-// Walks a file as far as its structure can be followed; the spans lie in it.
+// Walks a file as far as its structure can be followed; the spans lie in it. A length too short for itself is passed
+// over as libjpeg does.
 JpegSegments findSegments(std::span<const unsigned char> file);
 
 // Writes a segment. The data must not be longer than 65533 bytes.

@@ -105,6 +105,7 @@ TEST(Readers, KeepTheRowsOfATruncatedJpeg) {
                 const Photo photo = decode(part, wish);
                 ASSERT_EQ(photo.warnings.size(), 1U) << length;
                 EXPECT_EQ(photo.picture.height, decode(part).picture.height) << "the same rows whatever is asked for";
+                EXPECT_FALSE(photo.complete) << length;
                 if (photo.picture.height == 100) continue;
                 cut = true;
                 EXPECT_EQ(photo.picture.height % 16, 0) << length;
@@ -120,7 +121,14 @@ TEST(Readers, KeepTheRowsOfATruncatedJpeg) {
         // Nothing but the end marker is missing.
         const Photo photo = decode({whole.begin(), whole.end() - 2});
         EXPECT_EQ(pixelsOf(photo.picture), complete);
+        EXPECT_TRUE(photo.complete);
     }
+    // Cut between two scans, where the decoder misses nothing.
+    Bytes progressive = makeJpeg(noise, JpegKind::progressive);
+    const Bytes scanStart = {0xFF, 0xDA};
+    progressive.erase(std::find_end(progressive.begin(), progressive.end(), scanStart.begin(), scanStart.end()),
+                      progressive.end());
+    EXPECT_FALSE(decode(progressive).complete);
     const Bytes baseline = makeJpeg(noise, JpegKind::baseline);
     const std::size_t scan = baseline.size() - 200;
     EXPECT_EQ(reasonFor({baseline.begin(), baseline.begin() + 100}), "JPEG datastream contains no image");

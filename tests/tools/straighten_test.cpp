@@ -236,6 +236,13 @@ TEST(Straighten, RefusesWhatWouldLoseSomething) {
     for (const std::string& file : {sea, other, folder.file("sub/sea.png")})
         writeBytes(file, pngOf(noisyPicture(32, 32), 1));
     std::filesystem::create_symlink("sea.png", link);
+    // libjpeg passes over a segment that is shorter than the length itself.
+    const std::string odd = folder.file("odd.jpg");
+    Bytes damaged = withExif(makeJpeg(noisyPicture(32, 32), JpegKind::baseline), exifBlock(6));
+    const Bytes shortSegment = {0xFF, 0xE3, 0, 0};
+    damaged.insert(damaged.begin() + 2, shortSegment.begin(), shortSegment.end());
+    writeBytes(odd, damaged);
+    EXPECT_EQ(stored(odd).orientation.turn, 90);
     const Bytes before = bytesOf(sea);
     const std::vector<std::string> names = folder.names();
     const std::string flower = bundled("odd-cmyk-flower.jpg");
@@ -267,6 +274,7 @@ TEST(Straighten, RefusesWhatWouldLoseSomething) {
          flower + ": in printing inks (CMYK), and so not straightened: its colour profile would no longer fit"},
         {{cut, "-o", folder.file("x.jpg")},
          cut + ": damaged, and so not straightened: truncated: 560 of 1066 rows read"},
+        {{odd, "-o", folder.file("x.jpg")}, odd + ": damaged, and so not straightened: a segment of impossible length"},
         {{sea, "--angle", "181", "-o", folder.file("x.png")}, "--angle: must be a number of degrees from -180 to 180"},
     };
     for (const auto& c : cases) {
