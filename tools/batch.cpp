@@ -2,8 +2,8 @@
 
 #include <algorithm>
 #include <condition_variable>
+#include <exception>
 #include <mutex>
-#include <system_error>
 #include <thread>
 
 #include "tools/interruption.h"
@@ -15,7 +15,9 @@ class OrderedRun {
 public:
     OrderedRun(std::size_t jobCount, std::size_t workerCount, const std::function<void(std::size_t)>& jobWork)
         : count(jobCount), work(jobWork), done(jobsAhead(workerCount), 0) {
-        while (threads.size() < std::min(workerCount, jobCount) && addThread()) {
+        const std::size_t wanted = std::min(workerCount, jobCount);
+        threads.reserve(wanted);  // or a failure could lose one that runs
+        while (threads.size() < wanted && addThread()) {
         }
     }
     OrderedRun(const OrderedRun&) = delete;
@@ -45,12 +47,13 @@ public:
     }
 
 private:
-    // Whether there is one more. A system that is short of them is content with fewer, but not with none.
+    // Whether there is one more. A system that is short of them, or of memory, is content with fewer, but not with
+    // none.
     bool addThread() {
         const std::lock_guard lock(mutex);
         try {
             threads.emplace_back([this] { workOn(); });
-        } catch (const std::system_error&) {
+        } catch (const std::exception&) {
             if (threads.empty()) throw;
             return false;
         }

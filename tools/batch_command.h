@@ -76,7 +76,16 @@ void runBatch(const BatchOptions& options, std::size_t count, const std::functio
         progress.draw(photo + 1);
         return goOn && std::ferror(stdout) == 0;
     };
-    const std::size_t told = runInOrder(count, options.workers(), work, show);
+    const std::function<Result(std::size_t)> workSafely = [&](std::size_t photo) {
+        try {
+            return work(photo);
+        } catch (...) {  // not even the reason could be told
+            Result failed;
+            failed.error = "out of memory";  // short enough to need none
+            return failed;
+        }
+    };
+    const std::size_t told = runInOrder(count, options.workers(), workSafely, show);
     progress.erase();
     endBatch(told, count);
 }
