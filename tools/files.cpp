@@ -29,6 +29,12 @@ constexpr std::uint64_t sizeLimit = std::uint64_t{1} << 32;
 
 [[noreturn]] void throwErrno() { throw FileError(std::generic_category().message(errno)); }
 
+std::int64_t nanoseconds(const timespec& time) { return std::int64_t{time.tv_sec} * 1'000'000'000 + time.tv_nsec; }
+
+FileState stateOf(const struct stat& status) {
+    return {status.st_dev, status.st_ino, status.st_size, nanoseconds(status.st_mtim), nanoseconds(status.st_ctim)};
+}
+
 class Descriptor {
 public:
     explicit Descriptor(int number) : handle(number) {
@@ -69,18 +75,19 @@ public:
         if (::fsync(handle) != 0 && errno != EINVAL) throwErrno();  // EINVAL: nothing to sync here
     }
 
-    // As far as the file system has any. A file can be given away by the superuser, and to a group by its members.
+    // As far as the file system has any. A file can be given away by the superuser, and to a group by its members. What
+    // the old group was allowed is nothing for another.
     void setOwnerAndRights(const struct stat& like) const {
-        static_cast<void>(!::fchown(handle, static_cast<uid_t>(-1), like.st_gid));
+        const bool groupKept = ::fchown(handle, static_cast<uid_t>(-1), like.st_gid) == 0;
         static_cast<void>(!::fchown(handle, like.st_uid, static_cast<gid_t>(-1)));
-        static_cast<void>(::fchmod(handle, like.st_mode & 0777));
+        static_cast<void>(::fchmod(handle, like.st_mode & (groupKept ? 0777 : 0707)));
     }
 
-    // Of a file; 0 of a pipe or a device.
-    std::uint64_t size() const {
+    // The size is 0 of a pipe or a device.
+    FileState state() const {
         struct stat status = {};
         const bool known = ::fstat(handle, &status) == 0 && S_ISREG(status.st_mode);
-        return known ? static_cast<std::uint64_t>(status.st_size) : 0;
+        return known ? stateOf(status) : FileState();
     }
 
     // Some file systems report a full disk only here.
@@ -155,6 +162,11 @@ std::optional<struct stat> replacedFile(const std::string& name) {
     return status;
 }
 
+void requireUnchanged(const std::string& name, const FileState& expected) {
+    struct stat status = {};
+    if (::stat(name.c_str(), &status) != 0 || stateOf(status) != expected) throw FileError("changed meanwhile");
+}
+
 void requireReadableSize(std::uint64_t size) {
     if (size > sizeLimit) throw FileError("larger than 4 GiB");
 }
@@ -172,10 +184,13 @@ std::string failureOf(const std::function<void()>& work) {
     }
 }
 
-Bytes readFile(const std::string& name, void (*accepts)(std::span<const unsigned char> start)) {
+Bytes readFile(const std::string& name, void (*accepts)(std::span<const unsigned char> start), FileState* state) {
     // Not to wait for somebody who fills a pipe: that is done where it can be interrupted.
     const int flags = O_RDONLY | O_CLOEXEC | O_NONBLOCK;
     const Descriptor file(name == standardInput ? STDIN_FILENO : ::open(name.c_str(), flags));
+    const FileState stateBefore = file.state();
+    const auto size = static_cast<std::uint64_t>(stateBefore.size);
+    if (state != nullptr) *state = stateBefore;
     Bytes bytes;
     for (;;) {
         const std::size_t before = bytes.size();
@@ -185,8 +200,8 @@ Bytes readFile(const std::string& name, void (*accepts)(std::span<const unsigned
         bytes.resize(before + count);
         if (before == 0) {
             accepts(bytes);
-            requireReadableSize(file.size());
-            bytes.reserve(file.size() + longestStep);  // or growing would take up to twice the memory
+            requireReadableSize(size);
+            bytes.reserve(size + longestStep);  // or growing would take up to twice the memory
         }
         if (count < step) return bytes;
         requireReadableSize(bytes.size());
@@ -205,13 +220,15 @@ void makeFolderOf(const std::string& name) {
     if (error) throw FileError(error.message());
 }
 
-void writeFile(const std::string& name, std::span<const unsigned char> bytes, Existing existing) {
+void writeFile(const std::string& name, std::span<const unsigned char> bytes, Existing existing,
+               const std::optional<FileState>& expected) {
     const std::optional<struct stat> replaced = replacedFile(name);
     TemporaryFile temporary(name);
     if (replaced) temporary.setOwnerAndRights(*replaced);
     temporary.fill(bytes);
     if (replaced) temporary.sync();  // a file is about to go for it
     temporary.close();
+    if (expected) requireUnchanged(name, *expected);
     temporary.keepAs(name, existing);
 }
 

@@ -62,20 +62,25 @@ const std::string& outputFor(const StraightenJob& job, const Format& format) {
     throw FileError("cannot write " + name + ": " + error.what());
 }
 
+struct ReadFile {
+    Bytes bytes;
+    FileState state;
+};
+
 void write(const StraightenJob& job, const std::string& name, std::span<const unsigned char> bytes,
-           StraightenResult& result) {
+           const FileState& original, StraightenResult& result) {
     try {
         if (job.inFolder) makeFolderOf(name);
-        writeFile(name, bytes, job.existing);
+        writeFile(name, bytes, job.existing, job.replacesItself() ? std::optional(original) : std::nullopt);
     } catch (const FileError& error) {
         throwUnwritable(name, error);
     }
     result.output = name;
 }
 
-void writeTurned(const Bytes& bytes, const StraightenJob& job, const StraightenOptions& options,
+void writeTurned(const ReadFile& file, const StraightenJob& job, const StraightenOptions& options,
                  StraightenResult& result) {
-    Photo photo = decodePhoto(bytes, PixelWish::stored, options.decision.maxPixels);
+    Photo photo = decodePhoto(file.bytes, PixelWish::stored, options.decision.maxPixels);
     checkTurnable(photo);
     const std::string& name = outputFor(job, formatOf(photo.format));
     setSize(photo, result);
@@ -88,9 +93,9 @@ void writeTurned(const Bytes& bytes, const StraightenJob& job, const StraightenO
     result.newFormat = formatOf(photo.format).encode != nullptr ? photo.format : PhotoFormat::jpeg;
     const Bytes encoded = formatOf(result.newFormat).encode(photo, options.quality);
     photo.picture = {};
-    const CarriedFile carried = carryMetadata(bytes, photo, encoded, result.newWidth, result.newHeight);
+    const CarriedFile carried = carryMetadata(file.bytes, photo, encoded, result.newWidth, result.newHeight);
     result.warnings.insert(result.warnings.end(), carried.warnings.begin(), carried.warnings.end());
-    write(job, name, carried.bytes, result);
+    write(job, name, carried.bytes, file.state, result);
 }
 
 void checkOutputs(const StraightenJob& job) {
@@ -106,20 +111,21 @@ void checkOutputs(const StraightenJob& job) {
 
 void straighten(const StraightenJob& job, const StraightenOptions& options, StraightenResult& result) {
     checkOutputs(job);
-    const Bytes bytes = readFile(job.name, requirePhoto);
+    ReadFile file;
+    file.bytes = readFile(job.name, requirePhoto, &file.state);
     if (options.angle) {
         result.outcome = std::fabs(*options.angle) < options.minAngle ? Outcome::level : Outcome::turned;
     } else {
-        result.decision = decideUpright(bytes, options, result);
+        result.decision = decideUpright(file.bytes, options, result);
         result.outcome = outcomeOf(*result.decision, options);
     }
     if (result.outcome == Outcome::turned) {
         result.turn = options.angle ? *options.angle : levellingTurn(*result.decision->angle);
-        writeTurned(bytes, job, options, result);
+        writeTurned(file, job, options, result);
         return;
     }
-    if (options.angle) setSize(decodePhoto(bytes, PixelWish::luma, options.decision.maxPixels), result);
-    if (job.inFolder) write(job, job.output, bytes, result);
+    if (options.angle) setSize(decodePhoto(file.bytes, PixelWish::luma, options.decision.maxPixels), result);
+    if (job.inFolder) write(job, job.output, file.bytes, file.state, result);
 }
 
 }  // namespace

@@ -28,6 +28,8 @@ struct StraightenJob {
     bool inFolder = false;  // that file is one of a folder's: what is missing of the path to it is made, and a photo
                             // that is left alone is written, too, unchanged
     Existing existing = Existing::refuse;  // output
+
+    bool replacesItself() const { return converted.empty(); }
 };
 
 enum class Outcome {

@@ -303,6 +303,11 @@ TEST(Straighten, ReplacesAPhotoInPlaceWhenAllowed) {
     EXPECT_LT(width, 64);
     EXPECT_EQ(runTool({"straighten", "--angle", "5", "--in-place", "-o", folder.file(""), sea}).status, 0);
     EXPECT_LT(stored(sea).picture.width, width);
+    skylevel::FileState read;
+    const Bytes bytes = skylevel::readFile(sea, skylevel::requirePhoto, &read);
+    EXPECT_NO_THROW(skylevel::writeFile(sea, bytes, skylevel::Existing::replace, read));
+    EXPECT_THROW(skylevel::writeFile(sea, {}, skylevel::Existing::replace, read), skylevel::FileError) << "changed";
+    EXPECT_EQ(bytesOf(sea), bytes);
     struct stat status = {};
     ::stat(sea.c_str(), &status);
     EXPECT_EQ(status.st_mode & 0777U, 0640U);
