@@ -3,11 +3,13 @@
 #include <android/log.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <iostream>
 #include <string>
+#include <string_view>
 #include <system_error>
 #include <utility>
 #include <vector>
@@ -35,13 +37,26 @@ std::string version() {
     return lines[2].empty() ? text : text + "\nnot built in: " + lines[2];
 }
 
-// CLI11 takes an argument in square brackets for a list of arguments, ++ for their end, and -.5 for an option.
+// CLI11 takes an argument in square brackets for a list of arguments, and ++ for their end.
 std::string literally(const std::string& argument) {
     const bool list = argument.size() >= 2 && argument.front() == '[' && argument.back() == ']';
-    if (argument == "++") return "./++";
-    const bool number = argument.size() >= 3 && argument.starts_with("-.") && argument[2] >= '0' && argument[2] <= '9';
-    if (number) return "-0" + argument.substr(1);
-    return list ? "./" + argument : argument;
+    return list || argument == "++" ? "./" + argument : argument;
+}
+
+// The arguments in reverse, as the parser wants them. It takes -.5 for an option, also where only a number can stand.
+std::vector<std::string> reversedArguments(int count, char** arguments) {
+    std::vector<std::string> reversed;
+    bool optionsOver = false;
+    for (int i = 1; i < count; ++i) {
+        std::string argument = literally(arguments[i]);
+        const std::string_view before = arguments[i - 1];
+        const bool number = !optionsOver && (before == "--angle" || arguments[1] == std::string_view("orientation"));
+        if (number && argument.starts_with("-.")) argument.insert(1, "0");
+        optionsOver = optionsOver || argument == "--";
+        reversed.push_back(std::move(argument));
+    }
+    std::reverse(reversed.begin(), reversed.end());
+    return reversed;
 }
 
 int refuse(const std::string& reason) {
@@ -71,9 +86,7 @@ int runCommandLine(int argumentCount, char** arguments) {
     OrientationCommand orientationCommand(tool);
     __android_log_set_minimum_priority(ANDROID_LOG_SILENT);
     try {
-        std::vector<std::string> reversed;  // as the parser wants it
-        for (int i = argumentCount - 1; i > 0; --i) reversed.push_back(literally(arguments[i]));
-        tool.parse(std::move(reversed));
+        tool.parse(reversedArguments(argumentCount, arguments));
         if (straightenCommand.isWanted()) return afterOutput(straightenCommand.run());
         if (orientationCommand.isWanted()) return afterOutput(orientationCommand.run());
         return afterOutput(detectCommand.run());
