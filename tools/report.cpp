@@ -1,5 +1,7 @@
 #include "tools/report.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
@@ -146,12 +148,23 @@ void addDecision(Json& object, const Decision& decision) {
     object["decisionAngle"] = orNull(decision.decisionAngle);
 }
 
-std::string jsonLine(const Json& object) { return object.dump(-1, ' ', false, Json::error_handler_t::replace); }
+std::string jsonLine(const Json& object) {
+    std::string line = object.dump(-1, ' ', true, Json::error_handler_t::replace);
+    // ASCII, too, but a command to the terminal.
+    constexpr std::string_view escapedDelete = "\\u007f";
+    for (std::size_t at = 0; (at = line.find('\x7F', at)) != std::string::npos; at += escapedDelete.size())
+        line.replace(at, 1, escapedDelete);
+    return line;
+}
 
 std::string csvLine(const Json& object, std::span<const char* const> columnNames) {
     const Json valid = Json::parse(jsonLine(object));
+    const bool forPeople = ::isatty(STDOUT_FILENO) != 0;
     std::vector<std::string> fields;
-    for (const char* const name : columnNames) fields.push_back(csvField(valid.value(name, Json())));
+    for (const char* const name : columnNames) {
+        const std::string field = csvField(valid.value(name, Json()));
+        fields.push_back(forPeople ? printable(field) : field);
+    }
     return csvRecord(fields);
 }
 

@@ -1,9 +1,12 @@
 // The command as its users see it: exit status, standard output and standard error.
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <png.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
 #include <map>
 #include <nlohmann/json.hpp>
 
@@ -155,20 +158,31 @@ TEST(Detect, ReadsStandardInputAndTellsFormatsByContent) {
 TEST(Detect, KeepsOddNamesAwayFromTerminalAndJson) {
     const TemporaryFolder folder;
     // With a mark in it that lets the rest run to the left.
-    const std::string name = folder.file("a\033[31m\xC2\x9B\xFF\n\xC3\xA9\xE2\x80\xAEgpj.png");
+    const std::string name = folder.file("a\x7F\033[31m\xC2\x9B\xFF\n\xC3\xA9\xE2\x80\xAEgpj.png");
     EXPECT_EQ(
         runTool({"detect", name}).err,
-        "skylevel: " + folder.file("a\\x1B[31m\\xC2\\x9B\\xFF\\x0A\xC3\xA9\\xE2\\x80\\xAEgpj.png: No such file or "
+        "skylevel: " + folder.file("a\\x7F\\x1B[31m\\xC2\\x9B\\xFF\\x0A\xC3\xA9\\xE2\\x80\\xAEgpj.png: No such file or "
                                    "directory\n"));
     const ToolRun run = runTool({"detect", "--json", name});
     ASSERT_EQ(objectsOf(run).size(), 1U);
-    const std::string valid = folder.file("a\033[31m\xC2\x9B\xEF\xBF\xBD\n\xC3\xA9\xE2\x80\xAEgpj.png");
+    EXPECT_TRUE(std::all_of(run.out.begin(), run.out.end() - 1, [](char byte) { return byte >= ' ' && byte < 0x7F; }));
+    const std::string valid = folder.file("a\x7F\033[31m\xC2\x9B\xEF\xBF\xBD\n\xC3\xA9\xE2\x80\xAEgpj.png");
     EXPECT_EQ(objectsOf(run)[0]["file"], valid);
     EXPECT_TRUE(runTool({"detect", "--csv", name})
                     .out.ends_with("\r\n\"" + valid + "\",,,,,,,,,,,,,,No such file or directory\r\n"));
-    // The argument parser takes brackets for a list, and the other for its end.
+    const int terminal = ::posix_openpt(O_RDWR | O_NOCTTY);
+    ASSERT_TRUE(::grantpt(terminal) == 0 && ::unlockpt(terminal) == 0);
+    runTool({"detect", "--csv", name}, "/dev/null", ::ptsname(terminal));
+    std::string shown(4096, '\0');
+    shown.resize(static_cast<std::size_t>(std::max<ssize_t>(0, ::read(terminal, shown.data(), shown.size()))));
+    ::close(terminal);
+    EXPECT_NE(shown.find("a\\x7F\\x1B[31m\\xC2\\x9B\xEF\xBF\xBD\\x0A\xC3\xA9\\xE2\\x80\\xAEgpj.png,"),
+              std::string::npos)
+        << shown;
+    // The argument parser takes brackets for a list, another for its end, and others for numbers.
     for (const std::string odd : {"[a,b]", "++"})
         EXPECT_EQ(runTool({"detect", odd}).err, "skylevel: ./" + odd + ": No such file or directory\n");
+    EXPECT_EQ(runTool({"detect", "--", "-.5"}).err, "skylevel: -.5: No such file or directory\n");
 }
 
 TEST(Detect, HonoursAllOrientations) {
