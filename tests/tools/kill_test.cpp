@@ -79,7 +79,7 @@ protected:
 
     // A photo that was straightened is then left alone.
     static Words straighten(const Words& more) {
-        Words arguments = {"straighten", "-r", "-j", "2", "--min-angle", "2"};
+        Words arguments = {"straighten", "-r", "-j", "2"};
         arguments.insert(arguments.end(), more.begin(), more.end());
         return arguments;
     }
@@ -134,11 +134,13 @@ TEST_F(Kill, LosesNoPhoto) {
     }
     std::mt19937 generator(20);
     const int kills = wantedKills();
+    ASSERT_GT(kills, 0);
     for (int i = 0; i < kills && !HasFailure(); ++i) {
         const double delay = duration * 1.1 * static_cast<double>(generator()) / 4294967296.0;
         SCOPED_TRACE(std::to_string(i) + ", after " + std::to_string(delay) + " s");
         killOnce(i % 2 == 1, i % 4 < 2 ? SIGKILL : SIGTERM, delay);
     }
+    EXPECT_TRUE(kills < 100 || figures.amid > 0) << "some of many hit amid the work";
     std::printf(
         "%d kills: %d before the end, %d with some photos done and some not; %d temporary files after SIGKILL\n", kills,
         figures.ended, figures.amid, figures.temporaries);
