@@ -1,7 +1,6 @@
 // Many photos at once: order, folders, records, signals.
 #include "tools/batch.h"
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -169,7 +168,8 @@ TEST(Batch, EndsCleanlyOnASignal) {
             if (arguments.back() != pipe) writeBytes(arguments.back(), skylevel::encodePng(noisyPicture(300, 200)));
         }
         ToolProcess tool(arguments);
-        const int end = ::open(pipe.c_str(), O_WRONLY);
+        const int end = tool.openWhenRead(pipe);
+        ASSERT_GE(end, 0);
         tool.send(c.signal);
         const ToolRun run = tool.finish();
         ::close(end);

@@ -8,10 +8,12 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
 #include <csignal>
 #include <fstream>
 #include <iterator>
 #include <sstream>
+#include <thread>
 
 namespace {
 
@@ -46,6 +48,17 @@ ToolProcess::ToolProcess(const std::vector<std::string>& arguments, const std::s
 
 void ToolProcess::send(int signal) const {
     if (child > 0) ::kill(child, signal);
+}
+
+int ToolProcess::openWhenRead(const std::string& pipe) const {
+    for (;;) {
+        siginfo_t end = {};
+        const int handle = ::open(pipe.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC);
+        if (handle >= 0 || child < 0) return handle;
+        if (::waitid(P_PID, static_cast<id_t>(child), &end, WEXITED | WNOHANG | WNOWAIT) != 0 || end.si_pid != 0)
+            return -1;
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
 }
 
 ToolRun ToolProcess::finish() {
@@ -91,9 +104,9 @@ TemporaryFolder::~TemporaryFolder() {
     std::filesystem::remove_all(path, ignored);
 }
 
-std::vector<std::string> TemporaryFolder::names() const {
+std::vector<std::string> namesIn(const std::string& folder) {
     std::vector<std::string> result;
-    for (const auto& entry : std::filesystem::directory_iterator(path)) result.push_back(entry.path().filename());
+    for (const auto& entry : std::filesystem::directory_iterator(folder)) result.push_back(entry.path().filename());
     std::sort(result.begin(), result.end());
     return result;
 }

@@ -16,6 +16,9 @@ struct ToolRun {
     std::string err;
 };
 
+// Sorted names of what a folder holds.
+std::vector<std::string> namesIn(const std::string& folder);
+
 // An empty folder that goes with the object.
 class TemporaryFolder {
 public:
@@ -25,8 +28,7 @@ public:
     ~TemporaryFolder();
 
     std::string file(const std::string& name) const { return (path / name).string(); }
-    // Sorted names of what it holds.
-    std::vector<std::string> names() const;
+    std::vector<std::string> names() const { return namesIn(path.string()); }
 
 private:
     std::filesystem::path path;
@@ -40,6 +42,8 @@ public:
                          const std::string& standardOutput = "");
 
     void send(int signal) const;
+    // Opens a pipe for writing as soon as the tool reads it; -1 when it ends without.
+    int openWhenRead(const std::string& pipe) const;
     // Waits for the end.
     ToolRun finish();
 
