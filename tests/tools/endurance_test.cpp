@@ -7,10 +7,14 @@
 #include <zlib.h>
 
 #include <algorithm>
-#include <utility>
+#include <initializer_list>
+#include <nlohmann/json.hpp>
+#include <span>
 
 #include "tests/tools/made_photos.h"
 #include "tests/tools/tool_process.h"
+#include "tools/jpeg_segments.h"
+#include "tools/png_chunks.h"
 #include "tools/png_writer.h"
 
 namespace {
@@ -129,32 +133,90 @@ TEST(Endurance, WritesWhatFitsOnAFullDisk) {
     EXPECT_EQ(inPlace.status, 2);
     EXPECT_EQ(linesOf(inPlace.err).size(), 1U) << inPlace.err;
     EXPECT_EQ(bytesOf(disk + "/a.png"), large);
-    EXPECT_EQ(namesOn(), (Words{"a.png", "c.png"}));
+    EXPECT_EQ(namesIn(disk), (Words{"a.png", "c.png"}));
 }
 
-// A few bytes of file promise 500 million pixels: no memory is filled before they are there.
-TEST(Endurance, TakesLittleMemoryForPromises) {
-    const TemporaryFolder folder;
-    Bytes png = makePng({64, 48, PNG_COLOR_TYPE_RGB, 8, false, pixelsOf(noisyPicture(64, 48)), {}, {}});
-    const Bytes pngSize = {0, 0, 0x4E, 0x20, 0, 0, 0x61, 0xA8};
-    std::copy(pngSize.begin(), pngSize.end(), png.begin() + 16);
-    const uLong sum = crc32(0, &png[12], 17);
-    for (std::size_t i = 0; i < 4; ++i) png[29 + i] = static_cast<unsigned char>(sum >> (24 - 8 * i));
+Bytes joined(std::initializer_list<std::span<const unsigned char>> parts) {
+    Bytes file;
+    for (const auto& part : parts) file.insert(file.end(), part.begin(), part.end());
+    return file;
+}
 
-    Bytes jpeg = makeJpeg(noisyPicture(64, 48), JpegKind::baseline);
+// Files that cost far more than their size promises, or promise more than they hold: what is said of them, and that no
+// memory is filled for it.
+TEST(Endurance, TakesLittleForBombsAndPromises) {
+    const skylevel::Picture noise = noisyPicture(64, 48);
+    const Bytes plain = skylevel::encodePng(noise);
+    constexpr std::size_t pngHeaderEnd = 33;
+    const std::span<const unsigned char> pngStart = std::span(plain).first(pngHeaderEnd);
+    const std::span<const unsigned char> pngRest = std::span(plain).subspan(pngHeaderEnd);
+    Bytes hugeHeader(plain.begin(), plain.begin() + 8);
+    const Bytes huge = {0, 0, 0x4E, 0x20, 0, 0, 0x61, 0xA8, 8, 2, 0, 0, 0};
+    skylevel::appendChunk(hugeHeader, "IHDR", huge);
+
+    // Each inflates to 8 MB.
+    Bytes text = {'a', 0, 0};
+    const Bytes spaces(8'000'000, ' ');
+    uLongf packed = compressBound(spaces.size());
+    text.resize(3 + packed);
+    ASSERT_EQ(compress(&text[3], &packed, spaces.data(), spaces.size()), Z_OK);
+    text.resize(3 + packed);
+    Bytes texts;
+    for (int i = 0; i < 100; ++i) skylevel::appendChunk(texts, "zTXt", text);
+
+    const Bytes jpeg = makeJpeg(noise, JpegKind::baseline);
+    Bytes hugeJpeg = jpeg;
     const Bytes frameStart = {0xFF, 0xC0};
-    const Bytes jpegSize = {0x1D, 0xB0, 0xFF, 0xDC};
-    const auto frame = std::search(jpeg.begin(), jpeg.end(), frameStart.begin(), frameStart.end());
-    std::copy(jpegSize.begin(), jpegSize.end(), frame + 5);
+    const Bytes hugeFrame = {0x1D, 0xB0, 0xFF, 0xDC};
+    const auto frame = std::search(hugeJpeg.begin(), hugeJpeg.end(), frameStart.begin(), frameStart.end());
+    std::copy(hugeFrame.begin(), hugeFrame.end(), frame + 5);
 
-    const std::string photo = folder.file("photo");
-    for (const auto& [bytes, reason] :
-         {std::pair(png, "Not enough image data"), {jpeg, "truncated before the first rows"}}) {
-        writeBytes(photo, bytes);
-        const ToolRun run = runTool({"detect", photo});
-        EXPECT_EQ(run.err, "skylevel: " + photo + ": " + reason + "\n");
+    const Bytes progressive = makeJpeg(noise, JpegKind::progressive);
+    const Bytes scanStart = {0xFF, 0xDA};
+    const Bytes lastScan(std::find_end(progressive.begin(), progressive.end(), scanStart.begin(), scanStart.end()),
+                         progressive.end() - 2);
+    Bytes scans(progressive.begin(), progressive.end() - 2);
+    for (int i = 0; i < 100; ++i) scans.insert(scans.end(), lastScan.begin(), lastScan.end());
+
+    const Bytes photo = withExif(jpeg, exifBlock(6));
+    Bytes segments;
+    for (int i = 0; i < 200'000; ++i) skylevel::appendSegment(segments, 0xE1, {});
+    const std::span<const unsigned char> jpegStart = std::span(photo).first(2);
+    const std::span<const unsigned char> jpegRest = std::span(photo).subspan(2);
+
+    constexpr int bombSide = 12000;
+    const Bytes bomb =
+        makePng({bombSide, bombSide, PNG_COLOR_TYPE_GRAY, 1, false, Bytes(bombSide / 8 * bombSide), {}, {}});
+    constexpr std::uintmax_t gigabyte = std::uintmax_t{1} << 30;
+    const struct {
+        const char* what;
+        Bytes file;
+        std::string outcome;
+        const char* maxPixels = "500000000";
+        int turn = 0;
+        std::uintmax_t size = 0;  // to which zeros fill it
+    } cases[] = {
+        {"a PNG of nothing but a header", joined({hugeHeader, pngRest}), "Not enough image data"},
+        {"a JPEG of nothing but a header", hugeJpeg, "truncated before the first rows"},
+        {"more scans than any JPEG has", scans, "more than 100 scans"},
+        {"more segments than any JPEG has", joined({jpegStart, segments, jpegRest}), "decided", "500000000", 90},
+        {"packed texts", joined({pngStart, texts, pngRest}), "decided"},
+        {"a PNG of zeros", bomb, "decided", "144000000"},
+        {"a PNG of zeros, too large", bomb, "12000 x 12000 pixels are more than the limit of 143999999", "143999999"},
+        {"a large file", jpeg, "larger than 4 GiB", "500000000", 0, 5 * gigabyte},
+    };
+    const TemporaryFolder folder;
+    const std::string name = folder.file("photo");
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        writeBytes(name, c.file);
+        if (c.size > 0) fs::resize_file(name, c.size);
+        const ToolRun run = runTool({"detect", "--json", "--max-pixels", c.maxPixels, name});
+        const auto told = nlohmann::json::parse(run.out);
+        EXPECT_EQ(told.value("error", "decided"), c.outcome);
+        EXPECT_EQ(told.value("turn", 0), c.turn);
         EXPECT_LT(run.peakKilobytes, 500'000)
-            << "not a byte for each pixel, even where an eighth is held for a sanitizer";
+            << "not a byte for each pixel promised, even where an eighth is held for a sanitizer";
     }
 }
 
