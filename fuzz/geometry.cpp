@@ -19,6 +19,7 @@ void turn(fuzz::Input& input, TiltCorrection& corrector) {
     const bool refused = width < 1 || height < 1 || !(angle >= -180.0 && angle <= 180.0);
     const fuzz::Bytes src(width < 1 || height < 1 ? 0 : std::size_t{3} * width * height);
     if (src.size() > 0) input.paint(src.data(), 3 * width, height, std::ptrdiff_t{3} * width);
+    const unsigned char highest = src.size() > 0 ? *std::max_element(src.data(), src.data() + src.size()) : 0;
     const fuzz::Bytes before = src.copy();
 
     unsigned char* turned = nullptr;
@@ -30,6 +31,11 @@ void turn(fuzz::Input& input, TiltCorrection& corrector) {
     fuzz::require(status == (refused ? -1 : 0), "refused is what the declaration says");
     if (refused)
         return fuzz::require(turned == nullptr && turnedWidth == -7 && turnedHeight == -7, "a refusal writes nothing");
+    fuzz::require(
+        turnedWidth >= 1 && turnedHeight >= 1 && turnedWidth <= width + height && turnedHeight <= width + height,
+        "the canvas holds the turned picture and little more");
+    for (int i = 0; i < 3 * turnedWidth * turnedHeight; ++i)
+        fuzz::require(turned[i] <= highest, "a blend is no brighter than its pixels");
     const bool isCopy = std::fabs(angle) <= std::numeric_limits<double>::epsilon();
     const plain::Turned expected = isCopy ? plain::Turned{width, height, {src.data(), src.data() + src.size()}}
                                           : plain::turn(src.data(), width, height, angle);

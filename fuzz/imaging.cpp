@@ -31,6 +31,9 @@ void reduce(fuzz::Input& input, TiltCorrection& corrector) {
     const bool isWritten =
         !isEmpty && smallWidth <= 256 && (!isTurned || smallHeight <= 256) && (isTurned || angle == 0 || angle == 180);
     if (!isWritten) return fuzz::require(dst.untouched(), "a refused reduction writes nothing");
+    const int column = angle == 180 || angle == 270 ? (width - 1) & ~1 : 0;
+    const int row = angle == 90 || angle == 180 ? height - 1 : 0;
+    fuzz::require(dst[0] == src[std::size_t{1} * row * stride + column], "the first pixel is the corner's");
     const auto expected = plain::reduced(src.data(), width, height, stride, angle, smallWidth, smallHeight);
     fuzz::require(std::equal(expected.begin(), expected.end(), dst.data()), "the pixels are the definition's");
 }
