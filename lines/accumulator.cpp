@@ -17,26 +17,20 @@ constexpr int tileAngles = 4;
 // Angles whose counters are found, in vectors, well before they are looked up.
 constexpr int batchAngles = 256;
 
-// Where a point's counters are for count angles from the first.
-template <typename Real>
-SKYLEVEL_KERNEL void findCounters(const Cells& cells, Point point, int first, int count, int* at) {
-    const auto x = static_cast<float>(point.x);
-    const auto y = static_cast<float>(point.y);
-    for (int k = 0; k < count; ++k) {
-        const int n = first + k;
-        at[k] = cells.origins[n] + tileAngles * distanceIndex<Real>({cells.cosines[n], cells.sines[n]}, x, y);
-    }
-}
-
 // Calls visit for a point's counters of all angles in order, several a round, which saves a fifth of the
 // time. After each batch, endBatch gets its first angle and the places of its counters.
 template <typename Real, typename Visit, typename EndBatch>
 SKYLEVEL_KERNEL void forEachCounter(const Cells& cells, Point point, Visit visit, EndBatch endBatch) {
     constexpr int round = 12;
+    const auto x = static_cast<float>(point.x);
+    const auto y = static_cast<float>(point.y);
     for (int first = 0; first < cells.angleCount;) {
         const int count = std::min(batchAngles, cells.angleCount - first);
         int at[batchAngles];
-        findCounters<Real>(cells, point, first, count, at);
+        for (int k = 0; k < count; ++k) {
+            const int n = first + k;
+            at[k] = cells.origins[n] + tileAngles * distanceIndex<Real>({cells.cosines[n], cells.sines[n]}, x, y);
+        }
         int k = 0;
         for (; k + round <= count; k += round)
             for (int i = k; i < k + round; ++i) visit(cells.counters[at[i]], i);

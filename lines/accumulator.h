@@ -63,7 +63,7 @@ struct Grid {
 // the map would vote outside of.
 bool makeGrid(const HoughParams& parameters, int width, int height, Grid& grid);
 
-// What the vote kernels work on; as of an accumulator.
+// What the vote kernels work on: an accumulator's arrays.
 struct Cells {
     const float* cosines;
     const float* sines;
@@ -76,9 +76,9 @@ struct Cells {
 // is below 0 from then on. Only distances that some pixel of the map has take memory, but for the padding of
 // tiles.
 //
-// In a tile, four angles have their counters of a distance side by side, and distances count from the middle of the
-// map, where they change least from one angle to the next: so a point's counters share cache lines, which
-// saves 2 % of the search on a map of 256x192 and 5 % on one of 400x224.
+// In a tile, four angles have their counters of a distance side by side, and distances count from the
+// middle of the map, where they change least from one angle to the next: so a point's counters share cache
+// lines, which saves 2 % of the search on a map of 256x192 and 5 % on one of 400x224.
 class Accumulator {
 public:
     static constexpr int noAngle = -1;

@@ -10,8 +10,8 @@
 ///    (stride equal to the width) where no stride is named. An RGB image is 3 bytes a pixel in the
 ///    order red, green, blue, rows packed.
 ///  - The caller owns every buffer that it passes and keeps it alive during the call; sources are
-///    only read. No two buffers of a call share a byte, but that RGB2Gray may write over its own source. Calls on
-///    different threads with different correctors and buffers do not interact.
+///    only read. No two buffers of a call share a byte, but that RGB2Gray may write over its own
+///    source. Calls on different threads with different correctors and buffers do not interact.
 ///  - Status 0 is success, a negative status a failure; after a failure outputs are as they were
 ///    unless the declaration says otherwise. A plane of more than 2^31 - 1 pixels is a bad argument.
 ///  - An allocation that fails throws what the standard library throws; nothing leaks on the way. On
