@@ -8,6 +8,7 @@
 #include <string>
 
 #include "fuzz/input.h"
+#include "tests/support/hash.h"
 #include "tools/files.h"
 #include "tools/straighten.h"
 
@@ -23,13 +24,6 @@ struct Folder {
     Folder() { fs::create_directories(path); }
     ~Folder() { fs::remove_all(path); }
 };
-
-// The bytes are a file and nothing else, so what is done with it follows from their hash: 32-bit FNV-1a.
-std::uint32_t hashOf(const skylevel::Bytes& bytes) {
-    std::uint32_t hash = 2166136261;
-    for (const unsigned char byte : bytes) hash = (hash ^ byte) * 16777619;
-    return hash;
-}
 
 skylevel::Bytes contentOf(const std::string& name) {
     return skylevel::readFile(name, [](std::span<const unsigned char>) {});
@@ -56,7 +50,8 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     skylevel::StraightenOptions options;
     options.decision = decision;
     constexpr std::optional<double> angles[] = {5.0, -20.0, 0.0, std::nullopt};  // 0 leaves the photo alone
-    const std::uint32_t choice = hashOf(bytes);
+    // The bytes are a file and nothing else, so what is done with it follows from their hash.
+    const std::uint64_t choice = fnv1a(bytes);
     options.angle = angles[choice % 4];
     options.keepCanvas = choice / 4 % 2 == 1;
     const bool inFolder = choice / 8 % 2 == 1;

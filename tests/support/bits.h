@@ -4,16 +4,9 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdint>
 #include <cstring>
 
-// 64-bit FNV-1a over the bytes of all elements.
-template <typename Range>
-std::uint64_t fnv1a(const Range& range, std::uint64_t hash = 0xcbf29ce484222325) {
-    const auto* const bytes = reinterpret_cast<const unsigned char*>(range.data());
-    for (std::size_t i = 0; i < range.size() * sizeof(range[0]); ++i) hash = (hash ^ bytes[i]) * 0x100000001b3;
-    return hash;
-}
+#include "tests/support/hash.h"
 
 // Whether two ranges hold the same bits; names the first difference.
 template <typename Left, typename Right>
